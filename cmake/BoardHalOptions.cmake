@@ -1,0 +1,34 @@
+# Compiler and linker settings of the project's targets.
+
+add_library(board_hal_warnings INTERFACE)
+target_compile_options(board_hal_warnings INTERFACE
+  -Wall -Wextra -Wconversion -Wshadow $<$<BOOL:${BOARD_HAL_WERROR}>:-Werror>)
+
+add_library(board_hal_sanitizers INTERFACE)
+if(BOARD_HAL_SANITIZE)
+  target_compile_options(board_hal_sanitizers INTERFACE
+    -fsanitize=${BOARD_HAL_SANITIZE} -fno-sanitize-recover=undefined -fno-omit-frame-pointer)
+  target_link_options(board_hal_sanitizers INTERFACE -fsanitize=${BOARD_HAL_SANITIZE})
+endif()
+
+# A shared library that runs on the controller: C++20 without its runtime, and
+# nothing exported but its list.
+function(board_hal_library_options target)
+  target_link_libraries(${target} PRIVATE
+    $<BUILD_INTERFACE:board_hal_warnings> $<BUILD_INTERFACE:board_hal_sanitizers>)
+  target_compile_options(${target} PRIVATE
+    $<$<COMPILE_LANGUAGE:CXX>:-fno-exceptions -fno-rtti -fno-threadsafe-statics>
+    # Every access to the hardware is a call that a virtual board or a test can
+    # stand in for: no fortified variants, no rewriting of one output call into
+    # another.
+    -U_FORTIFY_SOURCE -fno-builtin-printf -fno-builtin-puts)
+  set_target_properties(${target} PROPERTIES
+    C_VISIBILITY_PRESET hidden CXX_VISIBILITY_PRESET hidden VISIBILITY_INLINES_HIDDEN ON
+    POSITION_INDEPENDENT_CODE ON)
+  # --as-needed leaves the C++ runtime out of the dependencies; the exports test
+  # fails if something starts to need it.
+  target_link_options(${target} PRIVATE -Wl,--as-needed -Wl,-z,relro -Wl,-z,now)
+  if(NOT BOARD_HAL_SANITIZE)
+    target_link_options(${target} PRIVATE -Wl,-z,defs)
+  endif()
+endfunction()

@@ -1,0 +1,26 @@
+# Installation: libraries, public headers, pkg-config file and CMake package.
+
+include(CMakePackageConfigHelpers)
+
+install(FILES include/board_hal.h include/board_hal_cpld.h DESTINATION ${CMAKE_INSTALL_INCLUDEDIR})
+install(TARGETS board_hal EXPORT board_hal_targets
+  LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR})
+if(NOT BOARD_HAL_USE_SYSTEM_VOS)
+  # libvos is a private dependency: only its shared object is installed, so
+  # that the loader finds it beside libboard_hal.
+  install(TARGETS vos EXPORT board_hal_targets LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR})
+endif()
+install(EXPORT board_hal_targets NAMESPACE board_hal::
+  DESTINATION ${CMAKE_INSTALL_LIBDIR}/cmake/board_hal)
+
+configure_package_config_file(cmake/board_halConfig.cmake.in board_halConfig.cmake
+  INSTALL_DESTINATION ${CMAKE_INSTALL_LIBDIR}/cmake/board_hal)
+write_basic_package_version_file(board_halConfigVersion.cmake COMPATIBILITY SameMajorVersion)
+install(FILES
+  ${CMAKE_CURRENT_BINARY_DIR}/board_halConfig.cmake
+  ${CMAKE_CURRENT_BINARY_DIR}/board_halConfigVersion.cmake
+  DESTINATION ${CMAKE_INSTALL_LIBDIR}/cmake/board_hal)
+
+configure_file(cmake/board_hal.pc.in board_hal.pc @ONLY)
+install(FILES ${CMAKE_CURRENT_BINARY_DIR}/board_hal.pc
+  DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
