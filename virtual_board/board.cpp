@@ -93,7 +93,8 @@ Event Board::event(Operation operation, std::string device, uint32_t address, ui
     return event;
 }
 
-Event Board::event(Operation operation, const OpenFile &file, uint32_t address, uint64_t count) const
+Event Board::event(Operation operation, const OpenFile &file, uint32_t address,
+                   uint64_t count) const
 {
     return event(operation, file.device->name(), address, count);
 }
@@ -119,7 +120,8 @@ long Board::open(const std::string &path, int flags, std::shared_ptr<OpenFile> &
         return finish(std::move(event), -ENOENT);
     }
     const Fault *fault = faults.strike(event.device, Operation::open, event.address);
-    const long result = fault != nullptr ? -static_cast<long>(fault->value) : opened->device->open(*opened);
+    const long result =
+        fault != nullptr ? -static_cast<long>(fault->value) : opened->device->open(*opened);
     if (result >= 0) {
         ++open_files_;
         file = std::move(opened);
@@ -177,7 +179,8 @@ long Board::read(OpenFile &file, void *buffer, size_t count)
 {
     const std::lock_guard guard(lock_);
     synchronise();
-    Event event = this->event(Operation::read, file, file.device->address_of(file, buffer, count), count);
+    Event event =
+        this->event(Operation::read, file, file.device->address_of(file, buffer, count), count);
     event.bytes = bytes_of(buffer, std::min(file.device->request_length(buffer, count), trace_max));
     const long result = move(file, event, count, true, buffer, [&](size_t allowed) {
         return file.device->read(file, buffer, allowed);
@@ -193,7 +196,8 @@ long Board::write(OpenFile &file, const void *buffer, size_t count)
 {
     const std::lock_guard guard(lock_);
     synchronise();
-    Event event = this->event(Operation::write, file, file.device->address_of(file, buffer, count), count);
+    Event event =
+        this->event(Operation::write, file, file.device->address_of(file, buffer, count), count);
     event.bytes = bytes_of(buffer, std::min(file.device->record_length(buffer, count), trace_max));
     const long result = move(file, event, count, false, nullptr, [&](size_t allowed) {
         return file.device->write(file, buffer, allowed);
@@ -206,9 +210,8 @@ long Board::ioctl(OpenFile &file, uint32_t request, void *argument)
     const std::lock_guard guard(lock_);
     synchronise();
     Event event = this->event(Operation::ioctl, file, request, 0);
-    const long result = move(file, event, 0, false, nullptr, [&](size_t) {
-        return file.device->ioctl(file, request, argument);
-    });
+    const long result = move(file, event, 0, false, nullptr,
+                             [&](size_t) { return file.device->ioctl(file, request, argument); });
     return finish(std::move(event), result);
 }
 

@@ -22,7 +22,8 @@ constexpr uint8_t read_only_registers[] = {
 
 } // namespace
 
-Cpld::Cpld() : Device("cpld"), memory_(memfd_create("cpld-window", MFD_CLOEXEC)), seen_(CPLD_WINDOW_SIZE)
+Cpld::Cpld()
+    : Device("cpld"), memory_(memfd_create("cpld-window", MFD_CLOEXEC)), seen_(CPLD_WINDOW_SIZE)
 {
     if (memory_ < 0 || ftruncate(memory_, CPLD_WINDOW_SIZE) != 0) {
         throw std::runtime_error("no memory for the CPLD window");

@@ -25,8 +25,8 @@ struct OpenFile {
 
 // Memory that a device maps into the program.
 struct Mapping {
-    int descriptor = -1; // shared memory object to map
-    bool watched = false; // the device wants to see each load and store
+    int descriptor = -1;                          // shared memory object to map
+    bool watched = false;                         // the device wants to see each load and store
     std::optional<uintptr_t> forced_address = {}; // a fault: answered instead of a mapping
 };
 

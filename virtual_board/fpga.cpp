@@ -203,8 +203,9 @@ size_t Fpga::record_length(const void *record, size_t count) const
     }
     const auto *bytes = static_cast<const uint8_t *>(record);
     const auto command = writes_.find(bytes[0]);
-    return command == writes_.end() || !command->second.length ? count
-                                                               : command->second.length(bytes, count);
+    return command == writes_.end() || !command->second.length
+               ? count
+               : command->second.length(bytes, count);
 }
 
 } // namespace virtual_board

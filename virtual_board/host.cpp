@@ -66,7 +66,8 @@ bool Host::press_front_panel(uint64_t hold_us)
 
 void Host::watch_button(uint8_t before, uint8_t after)
 {
-    if (rises(before, after, CPLD_POWER_BUTTON_PRESSED) && (after & CPLD_POWER_BUTTON_ENABLE) != 0) {
+    if (rises(before, after, CPLD_POWER_BUTTON_PRESSED) &&
+        (after & CPLD_POWER_BUTTON_ENABLE) != 0) {
         press();
     }
     if (falls(before, after, CPLD_POWER_BUTTON_PRESSED)) {

@@ -12,18 +12,32 @@
 
 namespace virtual_board {
 
-enum class Operation { open, close, read, write, ioctl, seek, map, unmap, load, store, sleep, lock, unlock };
+enum class Operation {
+    open,
+    close,
+    read,
+    write,
+    ioctl,
+    seek,
+    map,
+    unmap,
+    load,
+    store,
+    sleep,
+    lock,
+    unlock
+};
 
 const char *to_string(Operation operation);
 
 struct Event {
     uint64_t time_us = 0;
     Operation operation = Operation::open;
-    std::string device; // node name; the mutex's name for locks
-    uint32_t address = 0; // register, command code, ioctl request, offset
-    uint64_t count = 0; // bytes asked for; microseconds of a sleep
-    long long result = 0; // what the call answered
-    std::vector<uint8_t> bytes; // the record as it came in; old and new value of a store
+    std::string device;          // node name; the mutex's name for locks
+    uint32_t address = 0;        // register, command code, ioctl request, offset
+    uint64_t count = 0;          // bytes asked for; microseconds of a sleep
+    long long result = 0;        // what the call answered
+    std::vector<uint8_t> bytes;  // the record as it came in; old and new value of a store
     std::vector<uint8_t> answer; // what a read gave back
 };
 

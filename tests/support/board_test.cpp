@@ -69,7 +69,8 @@ void BoardTest::TearDown()
     }
     EXPECT_EQ(locks_.held(), leaves_held_) << "locks left behind";
     EXPECT_EQ(board.open_files(), leaves_open_) << "nodes of the board left open";
-    EXPECT_EQ(open_descriptors() - descriptors_before_, leaves_descriptors_) << "descriptors leaked";
+    EXPECT_EQ(open_descriptors() - descriptors_before_, leaves_descriptors_)
+        << "descriptors leaked";
     virtual_board::shim::install(nullptr);
     output_.reset();
 }

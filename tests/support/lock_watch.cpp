@@ -72,9 +72,11 @@ std::map<uintptr_t, std::string> read_symbols(const Library &library)
             continue;
         }
         const char *names = image.data() + sections[sections[i].sh_link].sh_offset;
-        const auto *table = reinterpret_cast<const ElfW(Sym) *>(image.data() + sections[i].sh_offset);
+        const auto *table =
+            reinterpret_cast<const ElfW(Sym) *>(image.data() + sections[i].sh_offset);
         for (size_t n = 0; n < sections[i].sh_size / sizeof(ElfW(Sym)); ++n) {
-            if ((table[n].st_info & 0xF) == STT_OBJECT && table[n].st_size == sizeof(pthread_mutex_t)) {
+            if ((table[n].st_info & 0xF) == STT_OBJECT &&
+                table[n].st_size == sizeof(pthread_mutex_t)) {
                 symbols[library.base + table[n].st_value] = short_name(names + table[n].st_name);
             }
         }
@@ -101,7 +103,8 @@ void observe(virtual_board::shim::MutexEvent event, pthread_mutex_t *mutex)
     using virtual_board::shim::MutexEvent;
     State &watch = state();
     const auto address = reinterpret_cast<uintptr_t>(mutex);
-    if (address < watch.library.base || address >= watch.library.end || event == MutexEvent::refused) {
+    if (address < watch.library.base || address >= watch.library.end ||
+        event == MutexEvent::refused) {
         return;
     }
     const auto known = watch.names.find(address);

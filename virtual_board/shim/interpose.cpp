@@ -266,15 +266,13 @@ int status_of(const OpenFile &file, struct stat &status)
     return 0;
 }
 
-template <typename Function>
-int stat_any(const char *path, struct stat *status, Function &real)
+template <typename Function> int stat_any(const char *path, struct stat *status, Function &real)
 {
     const std::string own = board_path(path);
     return own.empty() ? real(path, status) : status_of(*board(), own, *status);
 }
 
-template <typename Function>
-int stat64_any(const char *path, struct stat64 *status, Function &real)
+template <typename Function> int stat64_any(const char *path, struct stat64 *status, Function &real)
 {
     const std::string own = board_path(path);
     if (own.empty()) {
@@ -290,7 +288,8 @@ int stat64_any(const char *path, struct stat64 *status, Function &real)
 
 // ---- memory ----
 
-void *mmap_any(void *address, size_t length, int protection, int flags, int descriptor, off64_t offset)
+void *mmap_any(void *address, size_t length, int protection, int flags, int descriptor,
+               off64_t offset)
 {
     const std::shared_ptr<OpenFile> file = board_file(descriptor);
     if (!file) {
@@ -389,7 +388,8 @@ void forget(int descriptor)
 
 uint64_t microseconds(const timespec &time)
 {
-    return static_cast<uint64_t>(time.tv_sec) * 1000000 + static_cast<uint64_t>(time.tv_nsec) / 1000;
+    return static_cast<uint64_t>(time.tv_sec) * 1000000 +
+           static_cast<uint64_t>(time.tv_nsec) / 1000;
 }
 
 // Whether the sleep has passed on the board's own clock. In real time the
@@ -670,7 +670,8 @@ void *mmap(void *address, size_t length, int protection, int flags, int descript
     return mmap_any(address, length, protection, flags, descriptor, offset);
 }
 
-void *mmap64(void *address, size_t length, int protection, int flags, int descriptor, off64_t offset)
+void *mmap64(void *address, size_t length, int protection, int flags, int descriptor,
+             off64_t offset)
 {
     return mmap_any(address, length, protection, flags, descriptor, offset);
 }

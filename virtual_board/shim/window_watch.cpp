@@ -173,7 +173,8 @@ bool retire(void *address, size_t length)
         return false;
     }
     window->live.store(false, std::memory_order_release);
-    real_mmap(address, length, PROT_NONE, MAP_PRIVATE | MAP_ANONYMOUS | MAP_FIXED | MAP_NORESERVE, -1, 0);
+    real_mmap(address, length, PROT_NONE, MAP_PRIVATE | MAP_ANONYMOUS | MAP_FIXED | MAP_NORESERVE,
+              -1, 0);
     return true;
 }
 
