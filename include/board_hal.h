@@ -804,6 +804,127 @@ BOARD_HAL_API int get_sas_card_status(uint8_t *status);
  * @{
  */
 
+/**
+ * Reads from an I2C slave, without retry.
+ *
+ * On channel 2 the first two bytes of @p buf are sent to the slave first, as
+ * the offset to read from, and the answer lands behind them.
+ *
+ * @param chan      0, 1 or 2. A negative number passes: its low byte goes to
+ *                  the FPGA, whose driver judges it.
+ * @param addr      slave address, 8-bit form.
+ * @param buf       in/out: @p len bytes, on channel 2 @p len + 2. On the FPGA
+ *                  channels it is overwritten also when the read failed.
+ * @param len       at most 64 on channels 0 and 1; channel 2 has no limit.
+ * @param delay_ms  milliseconds that the slave needs; on channel 2 slept after
+ *                  the transfer.
+ * @return channels 0, 1: the FPGA driver's result as it is; channel 2: @p len,
+ *         or the adapter's result if it is not positive. -1 null @p buf ("the
+ *         obuffer paramter is invalid!!!"); -2 @p chan above 2 ("i2c_read: chan
+ *         is not a valid paramter!!") or @p len too large ("len is a invalid
+ *         argument \r"). Refusals take no lock.
+ * Locks: I2C lock. Blocking: channel 2, @p delay_ms with the lock held.
+ */
+BOARD_HAL_API int i2c_read(int32_t chan, uint8_t addr, uint8_t *buf, int32_t len, int32_t delay_ms);
+
+/**
+ * Writes to an I2C slave, then reads from it; up to 5 attempts until a result
+ * is not negative.
+ *
+ * @param chan      0, 1 or 2.
+ * @param addr      slave address, 8-bit form.
+ * @param tx        bytes to write.
+ * @param tx_len    at most 64 on channels 0 and 1.
+ * @param rx        out: the bytes read; on the FPGA channels overwritten also
+ *                  when the transfer failed.
+ * @param rx_len    at most 64 on channels 0 and 1.
+ * @param delay_ms  milliseconds between write and read and between attempts.
+ * @return channels 0, 1: the FPGA driver's result, above 9999 negated; channel
+ *         2: @p rx_len, or the result of the read if it is not positive; the
+ *         result of the write does not count. -1 null @p tx or @p rx ("the
+ *         obuffer paramter is invalid!!!"); -2 other @p chan ("i2c_write_read:
+ *         chan is not a valid paramter!!"), @p tx_len ("tx_len is a invalid
+ *         argument \r") or @p rx_len too large ("rx_len is a invalid argument
+ *         \r"). Refusals take no lock.
+ * Locks: I2C lock, for all attempts. Blocking: up to 4 times @p delay_ms on
+ * channels 0 and 1, 9 times on channel 2, with the lock held.
+ */
+BOARD_HAL_API int i2c_write_read(int32_t chan, uint8_t addr, const uint8_t *tx, int32_t tx_len,
+                                 uint8_t *rx, int32_t rx_len, int32_t delay_ms);
+
+/**
+ * Writes to an I2C slave; up to 5 attempts until a result is not negative.
+ *
+ * @param chan      0, 1 or 2.
+ * @param addr      slave address, 8-bit form.
+ * @param buf       bytes to write.
+ * @param len       at most 64 on channels 0 and 1.
+ * @param delay_ms  milliseconds between attempts; on channel 2 also after each
+ *                  transfer.
+ * @return channels 0, 1: the FPGA driver's result, above 9999 negated; channel
+ *         2: @p len - 2, the count behind a 2-byte offset (a single byte thus
+ *         counts -1 and is written five times), or the adapter's result if it
+ *         is not positive. -5 no memory; -2 null @p buf ("ibuffer is empty!!!"),
+ *         other @p chan ("i2c_write: chan is not a valid paramter!!") or @p len
+ *         too large ("len is a invalid argument \r"). Refusals take no lock.
+ * Locks: I2C lock, for all attempts. Blocking: up to 4 times @p delay_ms on
+ * channels 0 and 1, 9 times on channel 2, with the lock held.
+ */
+BOARD_HAL_API int i2c_write(int32_t chan, uint8_t addr, const uint8_t *buf, int32_t len,
+                            int32_t delay_ms);
+
+/**
+ * Resets an I2C channel of the FPGA.
+ *
+ * @param chan  up to 2; the FPGA driver judges it.
+ * @return 0; -5 the driver's result was negative; -2 @p chan above 2
+ *         ("i2c_reset: chan is not a valid paramter!!"), without lock.
+ * Locks: FPGA request lock.
+ */
+BOARD_HAL_API int i2c_reset(int32_t chan);
+
+/**
+ * Error state of an I2C controller.
+ *
+ * @param chan    up to 2; the FPGA driver judges it.
+ * @param status  out: 10010, 10011 or 0 (none).
+ * @return 0; -5 any driver result but 0; -2 null @p status ("invalid
+ *         argument\r") or @p chan above 2 ("i2c_query_status: chan is not a
+ *         valid paramter!!"), without lock.
+ * Locks: FPGA request lock.
+ */
+BOARD_HAL_API int get_i2c_status(int32_t chan, uint32_t *status);
+
+/**
+ * State of an I2C bus.
+ *
+ * @param chan    up to 2; the FPGA driver judges it.
+ * @param status  out: 0 to 4.
+ * @return 0; -5 the driver answered less than 1 (the opposite sense of
+ *         get_i2c_status()); -2 as get_i2c_status().
+ * Locks: FPGA request lock.
+ */
+BOARD_HAL_API int get_i2c_bus_status(int32_t chan, uint32_t *status);
+
+/**
+ * Number of I2C channels. No lock.
+ *
+ * @param count  out: 3.
+ * @return 0; -1 null ("get_max_i2c_num: val pointer is null").
+ */
+BOARD_HAL_API int get_max_i2c_num(uint8_t *count);
+
+/** Not fitted on this board. @return 0. */
+BOARD_HAL_API int set_i2c_baud(int32_t chan, uint32_t baud);
+/** Not fitted on this board. @return 0. */
+BOARD_HAL_API int get_i2c_baud(int32_t chan, uint32_t *baud);
+/** Not fitted on this board. @return 0. */
+BOARD_HAL_API int i2c_test(int32_t chan);
+/** Not fitted on this board. @return 0. */
+BOARD_HAL_API int get_i2c_addr_config(int32_t chan, uint8_t *config);
+/** Not fitted on this board. @return 0. */
+BOARD_HAL_API int set_i2c_addr_config(int32_t chan, uint8_t config);
+
 /** @} */
 
 /* ======================================================================== */
@@ -953,6 +1074,102 @@ BOARD_HAL_API int reserved_ram_write(int32_t offset, const uint8_t *data, int32_
  * Slot number, board insertion, RAID card ids and port 80.
  * @{
  */
+
+/**
+ * Slot of the node in the chassis.
+ *
+ * @param slot  out: 0 to 15.
+ * @return 0; -5 the driver's result was negative; -2 null ("get slot id
+ *         argument invalid").
+ * Locks: FPGA request lock.
+ */
+BOARD_HAL_API int get_slot_id(uint8_t *slot);
+
+/**
+ * Parity of the slot byte.
+ *
+ * @return 0 good (odd); -1 bad; -5 the driver's result was negative.
+ * Locks: FPGA request lock.
+ */
+BOARD_HAL_API int get_slot_id_checksum(void);
+
+/**
+ * Whether the board is seated in the chassis.
+ *
+ * @param inserted  out: 1 seated, 0 not; 0 or 1 without meaning after -5.
+ * @return 0; -5 the driver's result was negative; -2 null ("get boad insert
+ *         argument invalid").
+ * Locks: FPGA request lock.
+ */
+BOARD_HAL_API int get_board_insert(uint8_t *inserted);
+
+/**
+ * Id of the base board.
+ *
+ * @return 0; -5 the driver answered less than 1; -2 null, no message.
+ * Locks: FPGA request lock.
+ */
+BOARD_HAL_API int get_base_board_id(uint8_t *id);
+/** PCB version of the node. Results and lock as get_base_board_id(). */
+BOARD_HAL_API int get_blade_pcb_ver(uint8_t *ver);
+/** Offset in the buffer of the host's POST codes (port 80). Results and lock as
+ *  get_base_board_id(). */
+BOARD_HAL_API int get_port80_offset(uint8_t *offset);
+
+/**
+ * The host's POST codes (port 80).
+ *
+ * @param len  size of @p buf, at most 512; a negative one asks for 0 bytes.
+ * @param buf  out: at least 1 byte; byte 0 is overwritten in any case.
+ * @return the count read; -5 the driver answered less than 1; -2 null @p buf
+ *         ("value is not a valid pointer,please allocate memory!!") or @p len
+ *         above 512 ("len is a invalid argument \r"), without lock.
+ * Locks: FPGA request lock.
+ */
+BOARD_HAL_API int get_port80_data(int32_t len, uint8_t *buf);
+
+/**
+ * Tells the FPGA the type of the HDD card.
+ *
+ * @return 0; -5 any driver result but 0.
+ * Locks: FPGA request lock.
+ */
+BOARD_HAL_API int set_hdd_card_type(uint8_t type);
+
+/** LED test of the HDD card. Results and lock as set_hdd_card_type(). */
+BOARD_HAL_API int hdd_led_test(uint8_t value);
+
+/**
+ * Board id of the RAID card, read from the I/O expander on the card (channel 2,
+ * address 0x40) and mirrored in the CPLD. A non-zero id is remembered; later
+ * calls only write the mirror again.
+ *
+ * @param id  out: 0 to 15; 0 after -5.
+ * @return 0; -2 null, no message; -5 with a message that names
+ *         get_raid_pcb_ver: configuration not written
+ *         ("get_raid_pcb_ver:write 9555 configuration port error\r"), expander
+ *         unread ("get_raid_pcb_ver:read 9555 configuration port error\r"), or
+ *         its configuration reads back wrong
+ *         ("get_raid_pcb_ver:configurate port error,0x%02x,0x%02x\r\n" with
+ *         both bytes).
+ * Locks: I2C lock, per transfer. The mirror is written without the CPLD
+ * register lock. Blocking: 50 ms; more when transfers are repeated.
+ */
+BOARD_HAL_API int get_raid_board_id(uint8_t *id);
+
+/**
+ * PCB version of the RAID card, as get_raid_board_id(). A remembered version is
+ * returned without touching the CPLD.
+ *
+ * @param ver  out: 0 to 7; 0 after -5.
+ * @return as get_raid_board_id(), with the same messages.
+ */
+BOARD_HAL_API int get_raid_pcb_ver(uint8_t *ver);
+
+/** Not fitted on this board. @return 0. */
+BOARD_HAL_API int get_nic_card_board_id(uint8_t *id);
+/** Not fitted on this board. @return 0. */
+BOARD_HAL_API int get_nic_card_pcb_ver(uint8_t *ver);
 
 /** @} */
 
