@@ -289,6 +289,37 @@ BOARD_HAL_API int cpld_self_test(uint8_t *result);
  */
 
 /**
+ * Board id.
+ *
+ * @param which  0 the board's id register; 2 the constant 0xFE, without a
+ *               register access; 3 the id of board 3 plus 0x40.
+ * @param val    out: the id.
+ * @return 0; -1 null ("get_board_id val pointer is null"); -2 other @p which.
+ * Locks: CPLD register lock, also for a refused @p which.
+ */
+BOARD_HAL_API int get_board_id(uint32_t which, uint8_t *val);
+
+/**
+ * BOM version (BOM id).
+ *
+ * @param val  out: the BOM register.
+ * @return 0; -1 null ("get_bom_ver:val pointer is null").
+ * Locks: CPLD register lock.
+ */
+BOARD_HAL_API int get_bom_ver(uint8_t *val);
+
+/**
+ * PCB version as a character: the version number plus 0x40, kept to 8 bits, so
+ * 1 is 'A' and 0 is '@'.
+ *
+ * @param which  0 the board; 2, 3 boards 2 and 3.
+ * @param val    out: the character.
+ * @return 0; -1 null ("get_pcb_ver:val pointer is null"); -2 other @p which.
+ * Locks: CPLD register lock, also for a refused @p which.
+ */
+BOARD_HAL_API int get_pcb_ver(uint32_t which, uint8_t *val);
+
+/**
  * Product id.
  *
  * @param val  out: the CPLD's product id register.
@@ -303,6 +334,94 @@ BOARD_HAL_API int get_product_id(uint8_t *val);
  * @return 0.
  */
 BOARD_HAL_API int get_chassis_id(uint8_t *val);
+
+/**
+ * Stores the extended BOM id in g_exbomid. 1000 makes get_pcie_slotid_by_BDF()
+ * leave the riser out. No lock.
+ */
+BOARD_HAL_API void set_extendbomid(uint32_t id);
+
+/** The extended BOM id, g_exbomid. No lock. */
+BOARD_HAL_API uint32_t get__extendbomid(void);
+
+/**
+ * Board type, from the BOM id: 1 Brava node (BOM 0 to 3), 2 Corvo node (BOM 8
+ * to 11). It selects the PCIe slot table.
+ *
+ * @return 1 or 2; 1 for any other BOM id, after the line
+ *         "get_current_board_type:bom id not support!\r".
+ * Locks: CPLD register lock.
+ */
+BOARD_HAL_API uint32_t get_current_board_type(void);
+
+/**
+ * CPU type; fixed on this board. No lock.
+ *
+ * @param type  out: 2; not checked for null.
+ * @return 0.
+ */
+BOARD_HAL_API int get_CPU_type(uint32_t *type);
+
+/**
+ * Slot of the nth present CPU.
+ *
+ * CPU numbers 1 to 3 share one presence bit and are all asked, so with both
+ * sockets fitted the indices 1, 2 and 3 give the slots 2, 3 and 4.
+ *
+ * @param index  0 gives slot 1 without asking; n gives the (n+1)th present CPU,
+ *               counted from CPU 0.
+ * @param slot   out: CPU number + 1.
+ * @return 0; -1 fewer CPUs are present; -2 null @p slot, no message, or a CPU's
+ *         status unread.
+ * Locks: CPLD register lock, once per CPU; presence may change in between.
+ */
+BOARD_HAL_API int get_slotid_by_cpuid(uint8_t index, uint8_t *slot);
+
+/**
+ * Mezzanine slot of a PCI device; no device of this board has one. Writes
+ * nothing, takes no lock.
+ *
+ * @return -2.
+ */
+BOARD_HAL_API int get_MEZZ_slot_by_BDF(uint32_t bus, uint32_t device, uint32_t function,
+                                       uint32_t *slot);
+
+/**
+ * Presence of a board.
+ *
+ * @param which  0 and 1 are always present; 6 board 6.
+ * @param val    out: 1 present, 0 not.
+ * @return 0; -1 null ("get_board_present:val pointer is null"); -2 other
+ *         @p which.
+ * Locks: CPLD register lock, also for a refused @p which.
+ */
+BOARD_HAL_API int get_board_present(int32_t which, uint8_t *val);
+
+/**
+ * Presence register of the AMC modules. Reads the CPLD without the register
+ * lock.
+ *
+ * @param which  0.
+ * @param val    out: the whole register.
+ * @return 0; -1 null ("get_board_present:val pointer is null": the message of
+ *         that getter is shared); -2 other @p which.
+ */
+BOARD_HAL_API int get_amc_module_present(uint32_t which, uint8_t *val);
+
+/** Not fitted on this board. @return 0. */
+BOARD_HAL_API int get_chassis_pcb_ver(uint8_t *val);
+/** Not fitted on this board. @return 0. */
+BOARD_HAL_API int get_pcie_slot_present(uint32_t slot, uint32_t which, uint8_t *val);
+/** Not fitted on this board. @return 0. */
+BOARD_HAL_API int get_hdd_cpld_version(uint8_t *val);
+/** Not fitted on this board. @return 0. */
+BOARD_HAL_API int get_hp_riser_cpld_version(uint8_t *val);
+/** Not fitted on this board. @return -1. */
+BOARD_HAL_API int get_card_type(uint32_t card, uint8_t *type);
+/** Not fitted on this board. @return -1. */
+BOARD_HAL_API int get_card_port(uint32_t card);
+/** Number of network ports; none on this board. @return 0. */
+BOARD_HAL_API int get_mac_num(void);
 
 /** @} */
 
@@ -326,12 +445,46 @@ typedef struct pcie_bdf_slot {
 
 /** PCIe slots of the Brava node (board type 1); applications may change rows. */
 BOARD_HAL_API extern pcie_bdf_slot g_pcieBDF_forBrava[3];
-/** Rows of g_pcieBDF_forBrava that lookups search. */
+/** Rows of g_pcieBDF_forBrava that lookups search, at most 3. */
 BOARD_HAL_API extern int32_t g_pcieBDFsize_forBrava;
 /** PCIe slots of the Corvo node (board type 2); applications may change rows. */
 BOARD_HAL_API extern pcie_bdf_slot g_pcieBDF_forCorvo[4];
-/** Rows of g_pcieBDF_forCorvo that lookups search. */
+/** Rows of g_pcieBDF_forCorvo that lookups search, at most 4. */
 BOARD_HAL_API extern int32_t g_pcieBDFsize_forCorvo;
+
+/**
+ * Kind of the device at a PCI address, from the table of the board's type (see
+ * get_current_board_type(); its line for an unknown BOM id may be printed). The
+ * first row that matches wins.
+ *
+ * @param type  out: the row's type.
+ * @return 0; -1 null ("get_pcie_type_by_BDF pointer is null"); -2 no row
+ *         matches.
+ * Locks: CPLD register lock, for the board type.
+ */
+BOARD_HAL_API int get_pcie_type_by_BDF(uint32_t bus, uint32_t device, uint32_t function,
+                                       uint32_t *type);
+
+/**
+ * Slot of the device at a PCI address.
+ *
+ * @p riser and @p node_slot are written only for the riser's slot (slot 1 of a
+ * Brava node, slot 2 of a Corvo node) and only while the extended BOM id is not
+ * 1000; otherwise they keep what the caller put there.
+ *
+ * @param slot_id    out: the row's slot id.
+ * @param riser      out: 1 for the riser's slot.
+ * @param node_slot  out: the node's slot in the chassis, from get_slot_id(); 0
+ *                   if that failed ("%s,get slot id fail!\r\n" with
+ *                   "get_pcie_slotid_by_BDF").
+ * @return 0, also when the node's slot was not read; -1 any pointer null
+ *         ("get_pcie_slotid_by_BDF pointer is null"); -2 no row matches,
+ *         nothing written.
+ * Locks: CPLD register lock for the board type, then, for a PCIe slot, FPGA
+ * request lock.
+ */
+BOARD_HAL_API int get_pcie_slotid_by_BDF(uint32_t bus, uint32_t device, uint32_t function,
+                                         uint32_t *slot_id, uint8_t *riser, uint32_t *node_slot);
 
 /** @} */
 
@@ -555,6 +708,148 @@ BOARD_HAL_API int get_fan_power_statistic(uint32_t fan, uint32_t *val);
  * @{
  */
 
+/** When a fault was first seen. */
+typedef struct fdm_fault_record {
+    uint32_t flag; /**< 1 fault seen, 0 not */
+    int32_t time;  /**< seconds since the epoch when it was seen; 0 if not */
+} fdm_fault_record;
+
+/**
+ * Polls one status of a CPU.
+ *
+ * CPU 0 has registers of its own; the numbers 1 to 3 share those of CPU 1. A
+ * status that needs the CPU is 0 while it is absent.
+ *
+ * | type | status                                                              |
+ * |------|---------------------------------------------------------------------|
+ * | 0    | status indication                                                   |
+ * | 1    | present                                                             |
+ * | 2    | thermal trip                                                        |
+ * | 3    | hot: either indication in four polls in a row; 0 for CPUs 2 and 3   |
+ * | 4    | internal error, the same line for every CPU (see below)             |
+ * | 5    | error; one assertion is reported for eight polls                    |
+ * | 6    | indication of an absent CPU; 0 while it is present                  |
+ * | 8    | IIO error, the same line for every CPU                              |
+ * | 9, 10 | error indications, the same lines for every CPU                    |
+ * | 11   | machine-check error, the same line for every CPU (see below)        |
+ * | 12   | internal error while any CPU is present                             |
+ * | 14, 15 | polls the first, second hot indication of CPU 0                   |
+ * | 16, 17 | polls the first, second hot indication of CPU 1                   |
+ *
+ * Every fourth poll of type 4 that sees the internal error clears it in the
+ * CPLD; its rising edge stamps the two internal-error records. Type 11 sets
+ * g_cpu_mce_flag whatever the line says; the rising edge of the machine-check
+ * error stamps its record. Type 12 does nothing of this.
+ *
+ * Types 14 to 17 each advance one history but report the one that the CPU
+ * number names: 0 and 1 are those of CPU 0, 2 and 3 those of CPU 1. Types 3 and
+ * 14 to 17 share these histories, so polling both advances them twice.
+ *
+ * @param cpu   0 to 3. A negative number passes: it reads as CPU 1 and uses the
+ *              history of its low two bits.
+ * @param type  as above.
+ * @param val   out: 0 or 1.
+ * @return 0; -1 null ("get_cpu_status val pointer is null"); -2 @p cpu 4 or
+ *         above ("Invalid cpu_id = %d\r\n") or other @p type.
+ * Locks: CPLD register lock.
+ */
+BOARD_HAL_API int get_cpu_status(int32_t cpu, uint32_t type, uint8_t *val);
+
+/**
+ * Clears the thermal trip of a CPU.
+ *
+ * @param cpu  0; any other number below 4 clears that of CPU 1.
+ * @return 0; -2 @p cpu 4 or above ("Invalid cpu_id = %d\r\n"), without lock.
+ * Locks: CPLD register lock.
+ */
+BOARD_HAL_API int clear_cpu_thermaltrip(int32_t cpu);
+
+/**
+ * Generation of a CPU.
+ *
+ * @param cpu  0; any other number reads that of CPU 1.
+ * @param val  out: 0 to 7.
+ * @return 0; -2 null ("get_cpu_generation:val pointer is null").
+ * Locks: CPLD register lock.
+ */
+BOARD_HAL_API int get_cpu_generation(int32_t cpu, uint8_t *val);
+
+/**
+ * IIO error indication.
+ *
+ * @param val  out: 0 or 1; not checked for null.
+ * @return 0.
+ * Locks: CPLD register lock.
+ */
+BOARD_HAL_API int get_iio_reg(uint8_t *val);
+
+/**
+ * Clears the machine-check error and g_cpu_mce_flag.
+ *
+ * @return the result of releasing the lock, 0 normally.
+ * Locks: CPLD register lock.
+ */
+BOARD_HAL_API int clear_mcerr_reg(void);
+
+/**
+ * Drives a hot-control output.
+ *
+ * @param output  0 to 4.
+ * @param val     0 or 1.
+ * @return 0; -2 @p val 2 or above ("set_hot_ctrl val is a invalid parameter"),
+ *         without lock; -1 other @p output.
+ * Locks: CPLD register lock.
+ */
+BOARD_HAL_API int set_hot_ctrl(int32_t output, uint8_t val);
+
+/**
+ * Memory event indication.
+ *
+ * @param group  0 or 1.
+ * @param item   0 to 7 in group 0, 0 to 3 in group 1, where the even and the
+ *               odd items share a line each.
+ * @param val    out: 0 or 1.
+ * @return 0; -2 null ("get_memory_event val is a invalid parameter") or other
+ *         @p group or @p item.
+ * Locks: CPLD register lock.
+ */
+BOARD_HAL_API int get_memory_event(uint32_t group, uint32_t item, uint8_t *val);
+
+/**
+ * Copies the internal-error record. The records take no lock; one polling
+ * thread is assumed.
+ *
+ * @return 0; -1 null, no message.
+ */
+BOARD_HAL_API int get_fdm_ierr_info(fdm_fault_record *record);
+/** Copies the internal-error parse record. Results as get_fdm_ierr_info(). */
+BOARD_HAL_API int get_fdm_ierr_parase(fdm_fault_record *record);
+/** Copies the machine-check record. Results as get_fdm_ierr_info(). */
+BOARD_HAL_API int get_fdm_mce_info(fdm_fault_record *record);
+
+/**
+ * Stamps or clears the internal-error record. No lock.
+ *
+ * @param seen  1 sets the flag and the current time; any other value clears
+ *              both.
+ */
+BOARD_HAL_API void set_fdm_ierr_info(uint8_t seen);
+/** Stamps or clears the internal-error parse record, as set_fdm_ierr_info(). */
+BOARD_HAL_API void set_fdm_ierr_parase(uint8_t seen);
+/** Stamps or clears the machine-check record, as set_fdm_ierr_info(). */
+BOARD_HAL_API void set_fdm_mce_info(uint8_t seen);
+
+/** Overwrites the internal-error record, to restore it after a restart; not
+ *  checked for null. No lock. */
+BOARD_HAL_API void resore_fdm_ierr_info(const fdm_fault_record *record);
+/** Overwrites the internal-error parse record, as resore_fdm_ierr_info(). */
+BOARD_HAL_API void resore_fdm_ierr_parase(const fdm_fault_record *record);
+
+/** Does nothing on this board. */
+BOARD_HAL_API void set_caterr_flag(uint8_t cpu, uint8_t flag);
+/** Not fitted on this board. @return 0. */
+BOARD_HAL_API int get_caterr_flag(uint8_t cpu);
+
 /** @} */
 
 /* ======================================================================== */
@@ -564,6 +859,113 @@ BOARD_HAL_API int get_fan_power_statistic(uint32_t fan, uint32_t *val);
  * @{
  */
 
+/**
+ * Sets a LED.
+ *
+ * @param fru    FRU, 0 or below.
+ * @param led    0, 4 (the same LED), 2, 5 or 192.
+ * @param color  0 to 6; only LED 2 looks at it, and only when it is set off: 2
+ *               or any other.
+ * @param on     1 on, 0 off.
+ * @return 0; -2, checked in this order, @p fru 1 or above ("fru is a invalid
+ *         parameter"), @p on 2 or above ("bon is a invalid parameter"),
+ *         @p color 7 or above ("color is a invalid parameter"), without lock,
+ *         or another @p led (no message).
+ * Locks: CPLD register lock.
+ */
+BOARD_HAL_API int set_led_status(int32_t fru, int32_t led, uint8_t color, uint8_t on);
+
+/**
+ * Colour and state of a LED.
+ *
+ * The state of LEDs 0, 4 and 5 is their register bit, which is 0 for lit; that
+ * of LED 192 and LED 2 is 1 for lit.
+ *
+ * @param fru    FRU, 0 or below.
+ * @param led    0, 2, 4, 5 or 192.
+ * @param color  out: 1 for LEDs 0 and 4; 0 for 5 and 192; 2 or 3 for LED 2. Not
+ *               checked for null.
+ * @param state  out: 0 or 1. Not checked for null.
+ * @return 0; -2 @p fru 1 or above, without lock, or another @p led; no message.
+ * Locks: CPLD register lock.
+ */
+BOARD_HAL_API int get_led_status(int32_t fru, int32_t led, uint8_t *color, uint8_t *state);
+
+/** Does nothing on this board. */
+BOARD_HAL_API void set_led_dft_mode(uint32_t mode);
+
+/**
+ * Write-protects the host's BIOS flash.
+ *
+ * @param bios     0.
+ * @param protect  non-zero protects, 0 does not.
+ * @return 0; -2 other @p bios ("Invalid bios id = %d\r\n"), without lock.
+ * Locks: CPLD register lock.
+ */
+BOARD_HAL_API int set_bios_wp(uint8_t bios, uint8_t protect);
+
+/**
+ * Write protect of the host's BIOS flash.
+ *
+ * @param bios  0.
+ * @param val   out: 1 protected, 0 not; not checked for null.
+ * @return 0; -2 other @p bios ("Invalid bios id = %d\r\n"), without lock.
+ * Locks: BIOS state lock, not the CPLD register lock.
+ */
+BOARD_HAL_API int get_bios_wp(uint8_t bios, uint8_t *val);
+
+/** Sets BIOS switch and write protect together. Writes the CPLD without a
+ *  lock. */
+BOARD_HAL_API void set_bios_sw_n_wp(void);
+/** Clears BIOS switch and write protect together. Writes the CPLD without a
+ *  lock. */
+BOARD_HAL_API void clear_bios_sw_n_wp(void);
+
+/**
+ * Hands the host's BIOS flash over.
+ *
+ * @param owner  1 to the management controller, 0 back to the host.
+ * @return 0; -2 @p owner 2 or above ("Invalid bus val = %d\r\n"), without lock.
+ * Locks: CPLD register lock.
+ */
+BOARD_HAL_API int set_bios_owner(uint8_t owner);
+
+/**
+ * Who drives the host's BIOS flash.
+ *
+ * @param owner  out: 1 the management controller, 0 the host.
+ * @return 0; -2 null ("get_bios_owner:val is a Invalid argument\r").
+ * Locks: BIOS state lock, not the CPLD register lock.
+ */
+BOARD_HAL_API int get_bios_owner(uint8_t *owner);
+
+/**
+ * Polls one item of a disk's status. The board reports four lines per disk,
+ * called P, F, R and V here.
+ *
+ * | item | status                                                              |
+ * |------|---------------------------------------------------------------------|
+ * | 0    | P                                                                   |
+ * | 1    | F                                                                   |
+ * | 2    | V, debounced; only while P = 1 and R = 0                            |
+ * | 3    | R                                                                   |
+ * | 6    | V, debounced; only while P = 0 and R = 0                            |
+ * | 7    | P, R and V all 1, debounced: 0 until ten polls in a row saw that, then 1 until ten did
+ * not |
+ *
+ * A debounced value is believed when ten polls in a row saw it; each item of
+ * each disk counts for itself.
+ *
+ * @param disk  0 to 3.
+ * @param item  as above.
+ * @param val   out: 0 or 1.
+ * @return 0; -14 not stable yet; -3 the item does not apply now; -1 null
+ *         ("get_disk_status val pointer is null"), without lock; -2 other
+ *         @p disk or @p item.
+ * Locks: CPLD register lock.
+ */
+BOARD_HAL_API int get_disk_status(uint32_t disk, uint32_t item, uint8_t *val);
+
 /** @} */
 
 /* ======================================================================== */
@@ -572,6 +974,104 @@ BOARD_HAL_API int get_fan_power_statistic(uint32_t fan, uint32_t *val);
  * The CPLD's serial switch, HDD backplane ports and SAS cable LEDs.
  * @{
  */
+
+/**
+ * Endpoint that the host's serial port is connected to.
+ *
+ * @param dest  out: endpoint, 0 to 5; 255 if the routing code is unknown.
+ * @return 0; -1 null ("get_host_serial_connection:dest pointer is null").
+ * Locks: CPLD register lock.
+ */
+BOARD_HAL_API int get_host_serial_connection(uint32_t *dest);
+
+/** Endpoint of the panel connector. As get_host_serial_connection(); -1 null
+ *  ("get_panel_serial_connection:dest pointer is null"). */
+BOARD_HAL_API int get_panel_serial_connection(uint32_t *dest);
+
+/** Endpoint of the serial-over-LAN path. As get_host_serial_connection(); -1
+ *  null ("get_sol_serial_connection:dest pointer is null"). */
+BOARD_HAL_API int get_sol_serial_connection(uint32_t *dest);
+
+/**
+ * Connects the host's serial port. The switch knows whole arrangements only:
+ * the other two sides move with it.
+ *
+ * @param dest  endpoint 0, 3 or 4.
+ * @return 0; -1 other @p dest ("set_host_serial_connection:dest invalid").
+ * Locks: CPLD register lock, also for a refused @p dest.
+ */
+BOARD_HAL_API int set_host_serial_connection(int32_t dest);
+
+/** Connects the panel connector. As set_host_serial_connection(); -1 other
+ *  @p dest ("set_panel_serial_connection:dest invalid"). */
+BOARD_HAL_API int set_panel_serial_connection(int32_t dest);
+
+/** Connects the serial-over-LAN path. As set_host_serial_connection(); -1 other
+ *  @p dest ("set_sol_serial_connection:dest invalid"). */
+BOARD_HAL_API int set_sol_serial_connection(int32_t dest);
+
+/**
+ * Routing of the auxiliary serial port.
+ *
+ * @param dest  out: 0, 1 or 2; 255 if the routing is unknown.
+ * @return 0; -1 null ("get_third_party_serial_connection:dest pointer is
+ *         null").
+ * Locks: CPLD register lock.
+ */
+BOARD_HAL_API int get_third_party_serial_connection(uint32_t *dest);
+
+/**
+ * Routes the auxiliary serial port.
+ *
+ * @param dest  1 or 2.
+ * @return 0; -1 other @p dest ("set_third_party_serial_connection:dest
+ *         invalid"), without lock.
+ * Locks: CPLD register lock.
+ */
+BOARD_HAL_API int set_third_party_serial_connection(uint32_t dest);
+
+/**
+ * Writes half of the routing register.
+ *
+ * @param which  1 the low four bits (routing code), 0 the high four (auxiliary
+ *               port).
+ * @param val    the byte that the half is taken from, at its own place.
+ * @return 0; -1 other @p which.
+ * Locks: CPLD register lock, also for a refused @p which.
+ */
+BOARD_HAL_API int set_serial_dir(uint8_t which, uint8_t val);
+
+/**
+ * Adds half of the routing register to a byte. Reads the CPLD without the
+ * register lock.
+ *
+ * @param which  as for set_serial_dir().
+ * @param val    in/out: the half is ORed into it, at its own place, nothing is
+ *               cleared; not checked for null.
+ * @return 0; -1 other @p which.
+ */
+BOARD_HAL_API int get_serial_dir(uint8_t which, uint8_t *val);
+
+/**
+ * What is connected to a port of the HDD backplane.
+ *
+ * @param port  0 to 2.
+ * @param dest  out: 0 to 15; 0 for another @p port.
+ * @return 0; positive 255 other @p port; -1 null
+ *         ("get_HDD_backplane_port_connection:dest pointer is null").
+ * Locks: CPLD register lock.
+ */
+BOARD_HAL_API int get_HDD_backplane_port_connection(uint8_t port, uint8_t *dest);
+
+/**
+ * Sets the LED of a SAS cable.
+ *
+ * @param cable  0 to 2.
+ * @param val    bit 0 is written.
+ * @return 0; positive 255 other @p cable.
+ * Locks: CPLD register lock, also for a refused @p cable.
+ */
+BOARD_HAL_API int set_SAS_cable_led_status(uint8_t cable, uint8_t val);
 
 /** @} */
 
