@@ -1689,6 +1689,250 @@ BOARD_HAL_API int get_nic_card_pcb_ver(uint8_t *ver);
  * @{
  */
 
+/** Presence of the DIMMs: non-zero = present; entry (cpu * 3 + channel) * 2 +
+ *  slot. Entries 12 to 15 are not reached by set_dimm_presence(). No lock. */
+BOARD_HAL_API extern uint32_t g_dimm_present[16];
+
+/**
+ * How many devices of a type the board can hold.
+ *
+ * | type | device         | maximum                     |
+ * |------|----------------|-----------------------------|
+ * | 0    | CPU            | 2                           |
+ * | 1    | DIMM           | 16                          |
+ * | 2    | hard disk      | get_disk_maximum()          |
+ * | 3    | power supply   | 2                           |
+ * | 4    | fan            | 6                           |
+ * | 6    | RAID card      | get_raid_maximum()          |
+ * | 7    | Ethernet card  | get_ethernet_card_maximum() |
+ * | 8    | PCIe card      | get_pcie_maximum()          |
+ * | 11   | mezzanine card | 0                           |
+ * | 12   | on-board RAID  | get_onboard_raid_num()      |
+ *
+ * @param type  as above.
+ * @param max   out: the maximum.
+ * @return 0; -2 null ("get_device_max_num: parameter invalid."), other @p type
+ *         ("%s:error,not find the type,DeviceTypeParameter = %d\r\n"), or the
+ *         maximum is unknown: "get_device_max_num: get hdd maximum err." for
+ *         the disks of an unknown BOM id, after the line of
+ *         get_disk_maximum(). For the other types the texts are
+ *         "get_device_max_num: get cpu maximum err.", "… get memory maximum
+ *         err.", "… get ps maximum err." (power supply and fan alike),
+ *         "%s: get_thernet_card_maximum fail.\r\n" and "%s: get_pcie_maximum
+ *         fail.\r\n".
+ */
+BOARD_HAL_API int get_device_max_num(uint8_t type, int32_t *max);
+
+/**
+ * Maximum by board code.
+ *
+ * @param type        device type, looked at only for board code 0xFE: 0 to 5
+ *                    and 8.
+ * @param board_code  0xFE this board; 0x31 to 0x3E, 0x41 to 0x4F, 0x71 to 0x79,
+ *                    0x80, 0x81 and 0xFF have one maximum each.
+ * @param max         out: the maximum.
+ * @param unused      ignored.
+ * @return 0; -1 null ("#get_group_devicemaximum:the para is err\r"), other
+ *         @p type or the disks of an unknown BOM id
+ *         ("#get_group_devicemaximum:the devicetype is err\r"), other
+ *         @p board_code ("#get_group_devicemaximum:the boardid is err\r").
+ */
+BOARD_HAL_API int get_group_devicemaximum(int32_t type, uint8_t board_code, int32_t *max,
+                                          uint32_t unused);
+
+/**
+ * How many devices a container can hold.
+ *
+ * @param type   5 HDD backplane, 13 NIC card.
+ * @param index  of the container.
+ * @param max    out: the maximum.
+ * @return 0; -2 null ("get_sub_device_max_num: parameter invalid."), other
+ *         @p type ("%s:DeviceTypeParameter = %d\r\n"), or unknown ("%s:
+ *         get_hdd_backplane_sub_dev_maximum fail.\r\n", "%s:
+ *         get_nic_card_sub_dev_maximum fail.\r\n").
+ */
+BOARD_HAL_API int get_sub_device_max_num(uint8_t type, uint8_t index, int32_t *max);
+
+/**
+ * Disks that a backplane can hold: 2 for backplane 2, else get_disk_maximum(),
+ * or 0 if the BOM id is unknown.
+ *
+ * @return 0; -2 null, no message.
+ */
+BOARD_HAL_API int get_hdd_backplane_sub_dev_maximum(uint8_t index, int32_t *max);
+
+/** Ports of a NIC card: get_mac_num(). @return 0; -2 null or a negative number,
+ *  no message. */
+BOARD_HAL_API int get_nic_card_sub_dev_maximum(uint8_t index, int32_t *max);
+/** Ethernet cards: get_mac_num(). @return 0; -2 null or a negative number, no
+ *  message. */
+BOARD_HAL_API int get_ethernet_card_maximum(int32_t *max);
+/** PCIe cards: 1. @return 0; -2 null, no message. */
+BOARD_HAL_API int get_pcie_maximum(int32_t *max);
+
+/**
+ * Disks, by BOM id: 4 (BOM 0 and 1), 2 (BOM 8 and 9).
+ *
+ * @param max  out: the maximum; 4 for any other BOM id.
+ * @return 0; positive 1 for any other BOM id
+ *         ("get_product_cfg_num:bom id not support!"); -2 null, no message.
+ * Locks: CPLD register lock, for the BOM id.
+ */
+BOARD_HAL_API int get_disk_maximum(int32_t *max);
+
+/** RAID cards, by BOM id. @return 1 (BOM 0, 8 and unknown ones) or 0 (BOM 1,
+ *  9). Locks: CPLD register lock. */
+BOARD_HAL_API int get_raid_maximum(void);
+/** On-board RAID controllers, by BOM id. @return 1 (BOM 0, 8) or 0 (BOM 1, 9
+ *  and unknown ones). Locks: CPLD register lock. */
+BOARD_HAL_API int get_onboard_raid_num(void);
+
+/**
+ * Whether a device is there.
+ *
+ * | type | asked                        | text when that fails                |
+ * |------|------------------------------|-------------------------------------|
+ * | 0    | get_cpu_status(), type 1     | "%s %d: get_cpu_status is error\r\n" |
+ * | 1    | get_dimm_presence()          | "%s %d: get_dimm_presence_status fail.\r\n" |
+ * | 2    | get_disk_status_by_fruid(), kind 0 | "%s %d: get_disk_status is error\r\n" |
+ * | 3    | get_powersupply_presence()   | "%s %d: get_powersupply_presence is error\r\n" |
+ * | 4    | get_fan_status(), kind 0     | "%s %d: get_disk_status is error\r\n" |
+ * | 5    | get_hdd_backplane_presence() | "%s: get_hdd_backplane_presence fail.\r\n" |
+ * | 6    | get_raidcard_presence()      | "%s %d: get_disk_status is error\r\n" |
+ * | 8    | get_pcie_presence_by_fruid() | "%s %d: get_pcie_presence fail.\r\n" |
+ * | 11   | get_mezz_presence()          | "%s %d: get_disk_status is error\r\n" |
+ *
+ * The texts carry this function's name and a number of its own. On this board
+ * types 3, 4, 8 and 11 succeed without writing @p out.
+ *
+ * @param fruid  passed on.
+ * @param type   as above.
+ * @param index  of the device within its type.
+ * @param out    out: 1 present, 0 not.
+ * @return 0; -1 null ("%s %d: The para is null\r\n"), other @p type ("%s %d:
+ *         The devicetype is wrong,devicetype is %d\r\n"), or what is asked
+ *         failed; -2 for the HDD backplane.
+ */
+BOARD_HAL_API int get_device_presence(uint8_t fruid, uint8_t type, int32_t index, uint8_t *out);
+
+/**
+ * Presence of a DIMM.
+ *
+ * @param index  0 to 15.
+ * @param out    out: low byte of the entry in g_dimm_present.
+ * @return 0; -2 null ("%s %d: para is null .\r\n") or other @p index ("%s %d:
+ *         the para is err,sign:%d .\r\n"). No lock.
+ */
+BOARD_HAL_API int get_dimm_presence(int32_t index, uint8_t *out);
+
+/**
+ * Notes the presence of a DIMM in g_dimm_present.
+ *
+ * @param cpu      0 or 1.
+ * @param channel  0 to 2.
+ * @param slot     0 or 1.
+ * @param present  non-zero = present.
+ * @return 0; -2 other arguments, no message. No lock.
+ */
+BOARD_HAL_API int set_dimm_presence(int32_t cpu, int32_t channel, int32_t slot, uint32_t present);
+
+/**
+ * get_disk_status() of disk @p index and item @p kind; @p fruid is ignored.
+ *
+ * @return 0; -1 any other result of that ("%s %d: get_disk_status is
+ *         error\r\n").
+ */
+BOARD_HAL_API int get_disk_status_by_fruid(uint8_t fruid, uint32_t index, uint32_t kind,
+                                           uint8_t *out);
+
+/**
+ * Presence of a power supply, from get_board_present(), which serves none on
+ * this board: @p out stays unwritten.
+ *
+ * @param index  0 or 1.
+ * @return 0, whatever get_board_present() gave; -2 other @p index ("PS Index
+ *         Error").
+ */
+BOARD_HAL_API int get_powersupply_presence(int32_t index, uint8_t *out);
+
+/**
+ * Presence of a RAID card, from get_board_present() with 10 + @p index, which
+ * serves none on this board.
+ *
+ * @return 0; -9 that failed ("%s %d: get_board_id err .\r\n").
+ */
+BOARD_HAL_API int get_raidcard_presence(int32_t index, uint8_t *out);
+
+/** Presence of an HDD backplane: 1 for every index. @return 0; -2 null, no
+ *  message. */
+BOARD_HAL_API int get_hdd_backplane_presence(int32_t index, uint8_t *out);
+/** Presence of an LCD: 0; not checked for null. @return 0. */
+BOARD_HAL_API int get_lcd_presence(uint8_t *out);
+/** Presence of a PCIe card; writes nothing on this board. @return 0. */
+BOARD_HAL_API int get_pcie_presence_by_fruid(uint8_t fruid, int32_t index, uint8_t *out);
+
+/** Not fitted on this board. @return 0. */
+BOARD_HAL_API int get_memory_health_status(uint32_t index, uint32_t *health);
+/** Not fitted on this board. @return 0. */
+BOARD_HAL_API int get_mezz_presence(int32_t index, uint8_t *out);
+/** Not fitted on this board. @return 0. */
+BOARD_HAL_API int get_pcie_presence(int32_t index, uint8_t *out);
+/** Not fitted on this board. @return 0. */
+BOARD_HAL_API int restore_prochot_status(void);
+/** Not fitted on this board. @return 0. */
+BOARD_HAL_API int clear_nonsensor_dev_healthstatus(void);
+/** Not fitted on this board. @return -1. */
+BOARD_HAL_API int get_pcie_riser_sub_dev_maximum(uint8_t index, int32_t *max);
+/** Not fitted on this board. @return 0. */
+BOARD_HAL_API int set_dev_all_healthstatus(uint32_t status);
+/** Not fitted on this board. @return -1. */
+BOARD_HAL_API int update_memory_availability(uint32_t index, uint32_t availability);
+/** Not fitted on this board. @return 0. */
+BOARD_HAL_API int get_dimm_pre(int32_t cpu, int32_t channel, int32_t slot, uint8_t *out);
+/** Not fitted on this board. @return 0. */
+BOARD_HAL_API int get_device_all_availability(uint8_t type, uint32_t index, uint32_t *availability);
+/** Not fitted on this board. @return -1. */
+BOARD_HAL_API int set_device_availability(uint32_t availability);
+/** Not fitted on this board. @return 0. */
+BOARD_HAL_API int set_dimm_mode(uint32_t mode);
+/** Not fitted on this board. @return 0. */
+BOARD_HAL_API int get_disk_connect_support_type(void);
+/** Not fitted on this board. @return -1. */
+BOARD_HAL_API int set_panel_led_status(uint32_t led, uint8_t on);
+/** Not fitted on this board. @return -1. */
+BOARD_HAL_API int get_ex_board_cable_connect(uint8_t *out);
+/** Not fitted on this board. @return 0. */
+BOARD_HAL_API int get_led_dft_mode(void);
+/** Not fitted on this board. @return 0. */
+BOARD_HAL_API int clear_ps_aclost_status(uint32_t index);
+/** Not fitted on this board. @return 0. */
+BOARD_HAL_API int get_32K_clock_state(uint8_t *state);
+/** Not fitted on this board. @return -1. */
+BOARD_HAL_API int get_component_mix_status(uint8_t *status);
+/** Not fitted on this board. @return 0. */
+BOARD_HAL_API int rmc_rst_bmc_status(void);
+/** Not fitted on this board. @return 0. */
+BOARD_HAL_API int set_dimm_size(uint32_t size);
+/** Not fitted on this board. @return 0. */
+BOARD_HAL_API int get_dimm_size(uint32_t *size);
+/** Not fitted on this board. @return 0. */
+BOARD_HAL_API int get_expander_power_on(void);
+/** Not fitted on this board. @return 0. */
+BOARD_HAL_API int get_expander_voltage_status(uint8_t *status);
+/** Not fitted on this board. @return 0. */
+BOARD_HAL_API int renew_panel_led_status(uint8_t status);
+/** Not fitted on this board. @return 0. */
+BOARD_HAL_API int get_dev_slot(uint8_t type, uint32_t index, uint32_t which, uint8_t *slot);
+/** Not fitted on this board. @return -1. */
+BOARD_HAL_API int set_dev_health_status(uint8_t type, uint32_t index, uint32_t health);
+/** Not fitted on this board. @return -1. */
+BOARD_HAL_API int get_dev_all_healthstatus(uint8_t type, uint32_t index, uint32_t which,
+                                           uint32_t *health);
+/** Not fitted on this board. @return 0. */
+BOARD_HAL_API int set_dev_event_type(void);
+/** Does nothing on this board. */
+BOARD_HAL_API void restore_device_state(uint32_t state);
+
 /** @} */
 
 /* ======================================================================== */
@@ -1698,12 +1942,204 @@ BOARD_HAL_API int get_nic_card_pcb_ver(uint8_t *ver);
  * @{
  */
 
+/** Where the registers of one CPU's memory controllers lie. */
+typedef struct dimm_bdf_info {
+    uint32_t cpu;        /**< CPU number */
+    uint8_t bus[4];      /**< PCI bus number, by index */
+    uint8_t device[2];   /**< device number, by memory controller */
+    uint8_t function[4]; /**< function number, by channel */
+    uint8_t reserved[2]; /**< 0 */
+    uint32_t reg[4];     /**< register offset, by index */
+} dimm_bdf_info;
+
+/** Memory controllers, one row per CPU. */
+BOARD_HAL_API extern dimm_bdf_info g_dimm_bdf_info[2];
+/** Rows of g_dimm_bdf_info that lookups search, at most 2. */
+BOARD_HAL_API extern int32_t g_dimm_bdf_info_size;
+
+/** Product name of a RAID card. */
+typedef struct raidcard_boardid_info {
+    uint16_t card_code; /**< code of the card */
+    uint8_t board_id;   /**< board id that the row requires; 255 = any */
+    char name[65];      /**< product name, NUL-terminated */
+} raidcard_boardid_info;
+
+/** RAID cards, not sorted; lookups take the first row that fits. */
+BOARD_HAL_API extern raidcard_boardid_info g_raidcard_boardid_info[4];
+
+/** An HDD backplane. */
+typedef struct hdd_backplane {
+    uint8_t flag;       /**< 1 */
+    uint8_t board_code; /**< backplane board code */
+    uint8_t disks;      /**< disks that it holds */
+} hdd_backplane;
+
+/** HDD backplanes, for applications; the library does not use it. */
+BOARD_HAL_API extern hdd_backplane g_HDD_backplane[10];
+/** Rows of g_HDD_backplane. */
+BOARD_HAL_API extern int32_t g_HDDbackplanesize;
+
+/** Where a DIMM sits. */
+typedef struct dimm_location {
+    uint32_t cpu;  /**< CPU number */
+    uint32_t dimm; /**< DIMM index */
+} dimm_location;
+
+/**
+ * Health of a device.
+ *
+ * @param type    8 (PCIe card).
+ * @param index   of the device.
+ * @param health  out: as get_pcie_health_status().
+ * @return 0; -2 null, no message, other @p type
+ *         ("%s %d:fail.DeviceTypeParameter = %d\r\n"), or unknown ("%s %d:
+ *         get_pcie_health_status fail.\r\n").
+ */
+BOARD_HAL_API int get_device_health_status(uint8_t type, uint32_t index, uint32_t *health);
+
+/**
+ * Health of a PCIe card: 5 for every card.
+ *
+ * @return 0; -2 null ("%s %d: the para is null.\r\n").
+ */
+BOARD_HAL_API int get_pcie_health_status(uint32_t index, uint32_t *health);
+
+/**
+ * Availability of a device: 3 (bits 0 and 1) for every device.
+ *
+ * @return 0; -2 null ("%s: parameter invalid.\n").
+ */
+BOARD_HAL_API int get_device_availability(uint8_t type, uint32_t index, uint32_t *availability);
+
+/**
+ * Property of the firmware information.
+ *
+ * @param kind  0 or 2.
+ * @param out   out: 4478 for kind 0, 4 for kind 2, 0 for another; not checked
+ *              for null.
+ * @return 0; -2 other @p kind.
+ */
+BOARD_HAL_API int get_firmware_info_property(uint8_t kind, uint32_t *out);
+
+/**
+ * Physical number of a device; on this board the logical one, for every type.
+ *
+ * @param physical  out: @p logical; not checked for null.
+ * @return 0.
+ */
+BOARD_HAL_API int switch_logical_num_to_physical_num(uint8_t type, uint32_t logical,
+                                                     uint32_t *physical);
+
+/** Presence of a memory board: 1 for every index. @return 0; -2 null ("%s
+ *  %d:the pointer is null.\r\n"). */
+BOARD_HAL_API int get_mem_board_present(uint32_t index, uint8_t *out);
+
+/**
+ * PCI bus number of a CPU's memory controllers, from g_dimm_bdf_info.
+ *
+ * @param cpu    CPU number. One without a record leaves @p out unwritten and
+ *               is no error; the last record of a CPU wins.
+ * @param index  0 to 3.
+ * @param out    out: the bus number.
+ * @return 0; -2 null ("%s %d:point is null\r\n") or other @p index, no message.
+ */
+BOARD_HAL_API int get_dimm_bus_number(uint8_t cpu, uint32_t index, uint32_t *out);
+
+/** PCI device number of a memory controller. As get_dimm_bus_number();
+ *  @p controller 0 or 1, any other "%s %d:invalid imc\r\n" and -2. */
+BOARD_HAL_API int get_dimm_device_number(uint8_t cpu, uint32_t controller, uint32_t *out);
+
+/** PCI function number of a memory channel. As get_dimm_bus_number(); @p unused
+ *  is ignored, @p channel 0 to 3. */
+BOARD_HAL_API int get_dimm_function_number(uint8_t cpu, uint32_t unused, uint32_t channel,
+                                           uint32_t *out);
+
+/** Register offset of the memory controllers. As get_dimm_bus_number(). */
+BOARD_HAL_API int get_dimm_register_addr(uint8_t cpu, uint32_t index, uint32_t *out);
+
+/**
+ * PCI Express configuration offset of a memory-controller register: bus << 20 |
+ * device << 15 | function << 12 | register offset.
+ *
+ * @param cpu         CPU number; 0 is written for one without a record.
+ * @param bus_index   0 to 3.
+ * @param controller  0 or 1.
+ * @param channel     0 to 3.
+ * @param reg_index   0 to 3.
+ * @param out         out: the offset.
+ * @return 0; -2 null ("%s %d:point is null\r\n"), or a lookup failed ("%s
+ *         %d:get_dimm_bus_number\r\n", "%s %d:get_dimm_device_number\r\n", "%s
+ *         %d:get_dimm_function_number\r\n", "%s
+ *         %d:get_dimm_register_addr\r\n").
+ */
+BOARD_HAL_API int get_mem_bdf_info(uint8_t cpu, uint32_t bus_index, uint32_t controller,
+                                   uint32_t channel, uint32_t reg_index, uint32_t *out);
+
+/**
+ * Where the DIMM of a slot sits.
+ *
+ * @param slot      1 to 16.
+ * @param location  out: CPU 0, DIMM index @p slot - 1.
+ * @return 0; -1 null ("get_dimm_location: parameter invalid"); -2 other @p slot
+ *         ("get_dimm_location:the slot_num%d of dimm is illegal.\n").
+ */
+BOARD_HAL_API int get_dimm_location(int32_t slot, dimm_location *location);
+
+/**
+ * Product name of a RAID card, from g_raidcard_boardid_info.
+ *
+ * @param card_code  code of the card.
+ * @param board_id   board id.
+ * @param buf        out: the name, cut to @p buflen - 1 characters, with a NUL.
+ * @param buflen     size of @p buf; 0 or below writes nothing.
+ * @return 0; -2 no such card ("%s %d:don't find right productname\r\n").
+ */
+BOARD_HAL_API int get_productname_by_boardid(uint16_t card_code, uint8_t board_id, char *buf,
+                                             int32_t buflen);
+
+/**
+ * get_productname_by_boardid() with the board id of board 2.
+ *
+ * @return 0; -1 no such card (its line, then "%s %d:get productname is
+ *         wrong\r\n").
+ */
+BOARD_HAL_API int get_raidcard_productname(uint16_t card_code, char *buf, int32_t buflen);
+
 /**
  * Error lines of the RAID card. Reads the CPLD without the register lock.
  *
  * @return 0 no error; 1 error.
  */
 BOARD_HAL_API int read_raid_err_status(void);
+
+/** Connects the battery to the ADC. @return 0. Locks: CPLD register lock. */
+BOARD_HAL_API int spa310_adc_assert_action(void);
+/** Disconnects the battery from the ADC. @return 0. Locks: CPLD register lock. */
+BOARD_HAL_API int spa310_adc_deassert_action(void);
+
+/** Whether power capping is supported. @return 1. */
+BOARD_HAL_API int get_power_capping_support(void);
+/** Whether PCIe cards have sensors: 0. @return 0; -2 null
+ *  ("get_pcie_sensor_support:val pointer is null"). */
+BOARD_HAL_API int get_pcie_sensor_support(uint8_t *out);
+/** AC loss of a power supply: 0. @return 0; -1 null ("get_ps_aclost_status:
+ *  parameter invalid"). */
+BOARD_HAL_API int get_ps_aclost_status(uint32_t index, uint8_t *out);
+
+/** Not fitted on this board. @return -1. */
+BOARD_HAL_API int set_tube_led_status(uint32_t led, uint8_t on);
+/** Not fitted on this board. @return -1. */
+BOARD_HAL_API int get_max_active_mc_num(uint32_t *num);
+/** Not fitted on this board. @return -2. */
+BOARD_HAL_API int check_id(uint32_t id, uint32_t type, uint32_t index);
+/** Not fitted on this board. @return -2. */
+BOARD_HAL_API int get_dimm_slot_by_location(void);
+/** Not fitted on this board. @return -2. */
+BOARD_HAL_API int get_physical_node_num(uint32_t node, uint32_t *num);
+/** Not fitted on this board. @return -10. */
+BOARD_HAL_API int set_bios_print_flag(uint8_t flag);
+/** Not fitted on this board. @return -10. */
+BOARD_HAL_API int get_bios_print_flag(void);
 
 /** @} */
 
