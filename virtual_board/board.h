@@ -15,14 +15,19 @@
 #include <string_view>
 #include <utility>
 
+#include "virtual_board/bios_switch.h"
 #include "virtual_board/clock.h"
 #include "virtual_board/cpld.h"
+#include "virtual_board/cpus.h"
 #include "virtual_board/device.h"
+#include "virtual_board/disks.h"
 #include "virtual_board/fault.h"
 #include "virtual_board/fpga.h"
 #include "virtual_board/gpio.h"
 #include "virtual_board/host.h"
+#include "virtual_board/leds.h"
 #include "virtual_board/personality.h"
+#include "virtual_board/slot.h"
 #include "virtual_board/trace.h"
 
 namespace virtual_board {
@@ -44,6 +49,11 @@ public:
     Fpga &fpga() { return *fpga_; }
     Gpio &gpio() { return gpio_; }
     Host &host() { return *host_; }
+    Cpus &cpus() { return cpus_; }
+    Disks &disks() { return disks_; }
+    const Leds &leds() const { return leds_; }
+    BiosSwitch &bios_switch() { return bios_switch_; }
+    Slot &slot() { return slot_; }
 
     // Puts a device at a path, or takes it away.
     void attach(const std::string &path, std::shared_ptr<Device> device);
@@ -92,6 +102,7 @@ public:
     void after_fork() { lock_.unlock(); }
 
 private:
+    void fit(const Personality &personality);
     std::shared_ptr<Device> find(std::string_view path);
     Event event(Operation operation, std::string device, uint32_t address, uint64_t count) const;
     Event event(Operation operation, const OpenFile &file, uint32_t address, uint64_t count) const;
@@ -104,6 +115,11 @@ private:
     std::shared_ptr<Fpga> fpga_;
     Gpio gpio_;
     std::unique_ptr<Host> host_;
+    Cpus cpus_;
+    Disks disks_;
+    Leds leds_;
+    BiosSwitch bios_switch_;
+    Slot slot_;
     std::map<std::string, std::shared_ptr<Device>, std::less<>> nodes_;
     size_t open_files_ = 0;
     bool stores_are_watched_ = false;
