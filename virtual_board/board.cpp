@@ -7,6 +7,7 @@
 #include <functional>
 
 #include "board_hal_cpld.h"
+#include "virtual_board/i2c_dev.h"
 
 namespace virtual_board {
 
@@ -24,6 +25,16 @@ constexpr std::string_view board_devices[] = {
 };
 constexpr std::string_view board_trees[] = {Gpio::root, "/ko/"};
 
+// Slave addresses in 7-bit form.
+constexpr uint8_t eeprom_address = 0xA0 >> 1;
+constexpr uint8_t peci_bridge_address = 0x54 >> 1;
+constexpr uint8_t raid_expander_address = 0x40 >> 1;
+constexpr uint8_t inlet_sensor_address = 0x90 >> 1;
+
+// How the RAID card straps its expander: board id 3, PCB version 1, the last pin
+// open.
+constexpr uint8_t raid_card_straps = 0x93;
+
 std::vector<uint8_t> bytes_of(const void *data, size_t count)
 {
     const auto *bytes = static_cast<const uint8_t *>(data);
@@ -38,7 +49,10 @@ constexpr size_t trace_max = 512;
 Board::Board(const Personality &personality, Clock::Mode mode)
     : clock(mode), cpld_(std::make_shared<Cpld>()), fpga_(std::make_shared<Fpga>(clock)),
       host_(std::make_unique<Host>(clock, *cpld_, *fpga_)), cpus_(*cpld_), disks_(clock, *cpld_),
-      leds_(*cpld_), bios_switch_(*cpld_), slot_(*fpga_)
+      leds_(*cpld_), bios_switch_(*cpld_), slot_(*fpga_),
+      fpga_i2c_(*fpga_, clock, {&i2c_[0], &i2c_[1]}), raid_expander_(std::make_shared<Pca9555>()),
+      inlet_sensor_(std::make_shared<TemperatureSensor>()),
+      peci_bridge_(std::make_shared<PeciBridge>())
 {
     cpld_->set(CPLD_REG_BOARD_ID, personality.board_id);
     cpld_->set(CPLD_REG_PCB_VERSION, personality.pcb_version);
@@ -57,7 +71,8 @@ Board::Board(const Personality &personality, Clock::Mode mode)
     fit(personality);
     attach("/dev/ipmc_cpld", cpld_);
     attach("/dev/ipmc_fpga", fpga_);
-    attach("/dev/i2c-0", std::make_shared<BareNode>("i2c-0"));
+    plug_chips();
+    attach("/dev/i2c-0", std::make_shared<I2cDev>("i2c-0", 0, i2c_[2]));
     attach("/dev/rtc", std::make_shared<BareNode>("rtc"));
 }
 
@@ -95,6 +110,29 @@ void Board::fit(const Personality &personality)
     slot_.set_number(personality.slot_number);
     slot_.base_board_id = personality.base_board_id;
     slot_.blade_pcb_version = personality.blade_pcb_version;
+}
+
+// Every chip as the board is built; tests and people plug and pull more.
+void Board::plug_chips()
+{
+    for (const unsigned channel : {0U, 2U}) {
+        eeproms_[channel] = std::make_shared<Eeprom24c>(clock);
+        i2c_[channel].plug(eeprom_address, eeproms_[channel]);
+    }
+    i2c_[1].plug(peci_bridge_address, peci_bridge_);
+    raid_expander_->set_input(0, raid_card_straps);
+    i2c_[2].plug(raid_expander_address, raid_expander_);
+    i2c_[2].plug(inlet_sensor_address, inlet_sensor_);
+}
+
+I2cBus &Board::i2c(unsigned channel)
+{
+    return i2c_.at(channel);
+}
+
+Eeprom24c &Board::eeprom(unsigned channel)
+{
+    return *eeproms_.at(channel);
 }
 
 void Board::attach(const std::string &path, std::shared_ptr<Device> device)
@@ -246,8 +284,15 @@ long Board::ioctl(OpenFile &file, uint32_t request, void *argument)
     const std::lock_guard guard(lock_);
     synchronise();
     Event event = this->event(Operation::ioctl, file, request, 0);
-    const long result = move(file, event, 0, false, nullptr,
-                             [&](size_t) { return file.device->ioctl(file, request, argument); });
+    event.bytes = file.device->request_record(request, argument);
+    bool reached = false;
+    const long result = move(file, event, 0, false, nullptr, [&](size_t) {
+        reached = true;
+        return file.device->ioctl(file, request, argument);
+    });
+    if (reached && result >= 0) {
+        event.answer = file.device->answer_record(request, argument);
+    }
     return finish(std::move(event), result);
 }
 
