@@ -122,7 +122,7 @@ TEST_F(LedsTest, EveryLedIsReportedFromItsBits)
     EXPECT_EQ(output(), "");
 }
 
-TEST_F(LedsTest, Led2IsGreenOrAmberAsItWasPutOut)
+TEST_F(LedsTest, Led2RemembersTheColorItWasPutOutWith)
 {
     const struct {
         uint8_t color;
