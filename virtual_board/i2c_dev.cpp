@@ -169,8 +169,7 @@ long I2cDev::ioctl(OpenFile &file, uint32_t request, void *argument)
     case I2C_RDWR:
         return transfer(*static_cast<const i2c_rdwr_ioctl_data *>(argument));
     case I2C_SMBUS: {
-        const long result =
-            smbus(slave_of(file), *static_cast<i2c_smbus_ioctl_data *>(argument));
+        const long result = smbus(slave_of(file), *static_cast<i2c_smbus_ioctl_data *>(argument));
         bus_.stop();
         return result;
     }

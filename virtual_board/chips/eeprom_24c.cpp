@@ -3,8 +3,7 @@
 namespace virtual_board {
 
 Eeprom24c::Eeprom24c(const Clock &clock, Geometry geometry)
-    : clock_(clock), geometry_(geometry), memory_(geometry.size, 0xFF),
-      page_buffer_(geometry.page)
+    : clock_(clock), geometry_(geometry), memory_(geometry.size, 0xFF), page_buffer_(geometry.page)
 {
 }
 
