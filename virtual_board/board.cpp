@@ -49,8 +49,7 @@ constexpr size_t trace_max = 512;
 Board::Board(const Personality &personality, Clock::Mode mode)
     : clock(mode), cpld_(std::make_shared<Cpld>()), fpga_(std::make_shared<Fpga>(clock)),
       host_(std::make_unique<Host>(clock, *cpld_, *fpga_)),
-      fpga_i2c_(*fpga_, clock, {&i2c_[0], &i2c_[1]}),
-      raid_expander_(std::make_shared<Pca9555>()),
+      fpga_i2c_(*fpga_, clock, {&i2c_[0], &i2c_[1]}), raid_expander_(std::make_shared<Pca9555>()),
       inlet_sensor_(std::make_shared<TemperatureSensor>()),
       peci_bridge_(std::make_shared<PeciBridge>())
 {
@@ -225,8 +224,10 @@ long Board::read(OpenFile &file, void *buffer, size_t count)
         return file.device->read(file, buffer, allowed);
     });
     if (result > 0 && result <= 9999) {
-        // Register reads answer four bytes into a call that asked for one.
-        event.answer = bytes_of(buffer, std::min(static_cast<size_t>(result), trace_max));
+        // Register reads answer four bytes into a call that asked for one; a
+        // result that a fault made up says nothing about the buffer.
+        const size_t owned = std::max(count, event.bytes.size());
+        event.answer = bytes_of(buffer, std::min({static_cast<size_t>(result), owned, trace_max}));
     }
     return finish(std::move(event), result);
 }
