@@ -1652,7 +1652,7 @@ BOARD_HAL_API int hdd_led_test(uint8_t value);
  *         ("get_raid_pcb_ver:configurate port error,0x%02x,0x%02x\r\n" with
  *         both bytes).
  * Locks: I2C lock, per transfer. The mirror is written without the CPLD
- * register lock. Blocking: 50 ms; more when transfers are repeated.
+ * register lock. Blocking: 30 ms; more when transfers are repeated.
  */
 BOARD_HAL_API int get_raid_board_id(uint8_t *id);
 
