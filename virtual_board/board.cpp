@@ -1,6 +1,5 @@
 #include "virtual_board/board.h"
 
-#include <linux/ioctl.h>
 #include <string.h>
 
 #include <algorithm>
@@ -9,6 +8,7 @@
 #include <new>
 
 #include "board_hal_cpld.h"
+#include "virtual_board/i2c_dev.h"
 
 namespace virtual_board {
 
@@ -26,6 +26,16 @@ constexpr std::string_view board_devices[] = {
 };
 constexpr std::string_view board_trees[] = {Gpio::root, "/ko/"};
 
+// Slave addresses in 7-bit form.
+constexpr uint8_t eeprom_address = 0xA0 >> 1;
+constexpr uint8_t peci_bridge_address = 0x54 >> 1;
+constexpr uint8_t raid_expander_address = 0x40 >> 1;
+constexpr uint8_t inlet_sensor_address = 0x90 >> 1;
+
+// How the RAID card straps its expander: board id 3, PCB version 1, the last pin
+// open.
+constexpr uint8_t raid_card_straps = 0x93;
+
 std::vector<uint8_t> bytes_of(const void *data, size_t count)
 {
     const auto *bytes = static_cast<const uint8_t *>(data);
@@ -39,7 +49,11 @@ constexpr size_t trace_max = 512;
 
 Board::Board(const Personality &personality, Clock::Mode mode)
     : clock(mode), cpld_(std::make_shared<Cpld>()), fpga_(std::make_shared<Fpga>(clock)),
-      host_(std::make_unique<Host>(clock, *cpld_, *fpga_))
+      host_(std::make_unique<Host>(clock, *cpld_, *fpga_)), cpus_(*cpld_), disks_(clock, *cpld_),
+      leds_(*cpld_), bios_switch_(*cpld_), slot_(*fpga_),
+      fpga_i2c_(*fpga_, clock, {&i2c_[0], &i2c_[1]}), raid_expander_(std::make_shared<Pca9555>()),
+      inlet_sensor_(std::make_shared<TemperatureSensor>()),
+      peci_bridge_(std::make_shared<PeciBridge>())
 {
     cpld_->set(CPLD_REG_BOARD_ID, personality.board_id);
     cpld_->set(CPLD_REG_PCB_VERSION, personality.pcb_version);
@@ -55,13 +69,72 @@ Board::Board(const Personality &personality, Clock::Mode mode)
         cpld_->set(CPLD_REG_POWER_STATE, CPLD_POWER_GOOD);
         cpld_->set(CPLD_REG_CHIPSET, CPLD_CHIPSET_STATUS);
     }
+    fit(personality);
     attach("/dev/ipmc_cpld", cpld_);
     attach("/dev/ipmc_fpga", fpga_);
-    attach("/dev/i2c-0", std::make_shared<BareNode>("i2c-0"));
+    plug_chips();
+    attach("/dev/i2c-0", std::make_shared<I2cDev>("i2c-0", 0, i2c_[2]));
     attach("/dev/rtc", std::make_shared<BareNode>("rtc"));
 }
 
 Board::~Board() = default;
+
+// What is plugged into the board.
+void Board::fit(const Personality &personality)
+{
+    for (unsigned socket = 0; socket < Cpus::sockets; ++socket) {
+        if (personality.cpus_fitted[socket]) {
+            cpus_.fit(socket, personality.cpu_generation);
+        }
+    }
+    for (unsigned bay = 0; bay < Disks::bays; ++bay) {
+        if (personality.disks_fitted[bay]) {
+            disks_.insert(bay);
+        }
+    }
+    const auto &ports = personality.hdd_backplane_ports;
+    const struct {
+        uint8_t offset;
+        int value;
+    } registers[] = {
+        {CPLD_REG_HDD_BACKPLANE_01, ports[0] << 4 | ports[1]},
+        {CPLD_REG_HDD_BACKPLANE_2, ports[2] << 4},
+        {CPLD_REG_BOARD_2, personality.board_2_pcb_version << 4},
+        {CPLD_REG_BOARD_3, personality.board_3_pcb_version << 4 | personality.board_3_id},
+        {CPLD_REG_BOARD_6, personality.board_6_fitted ? CPLD_BOARD_6_PRESENT : 0},
+        {CPLD_REG_AMC_PRESENCE, personality.amc_modules},
+        {CPLD_REG_SERIAL_ROUTING, personality.serial_route},
+    };
+    for (const auto &row : registers) {
+        cpld_->set(row.offset, static_cast<uint8_t>(row.value));
+    }
+    slot_.set_number(personality.slot_number);
+    slot_.base_board_id = personality.base_board_id;
+    slot_.blade_pcb_version = personality.blade_pcb_version;
+}
+
+// Every chip as the board is built; tests and people plug and pull more.
+void Board::plug_chips()
+{
+    for (const unsigned channel : {0U, 2U}) {
+        eeproms_[channel] = std::make_shared<Eeprom24c>(clock);
+        i2c_[channel].plug(eeprom_address, eeproms_[channel]);
+    }
+    i2c_[1].plug(peci_bridge_address, peci_bridge_);
+    raid_expander_->set_input(0, raid_card_straps);
+    i2c_[2].plug(raid_expander_address, raid_expander_);
+    i2c_[2].plug(inlet_sensor_address, inlet_sensor_);
+}
+
+I2cBus &Board::i2c(unsigned channel)
+{
+    return i2c_.at(channel);
+}
+
+Eeprom24c &Board::eeprom(unsigned channel)
+{
+    return *eeproms_.at(channel);
+}
 
 void Board::attach(const std::string &path, std::shared_ptr<Device> device)
 {
@@ -215,13 +288,14 @@ long Board::ioctl(OpenFile &file, uint32_t request, void *argument)
     const std::lock_guard guard(lock_);
     synchronise();
     Event event = this->event(Operation::ioctl, file, request, 0);
-    if ((_IOC_DIR(request) & _IOC_WRITE) != 0 && argument != nullptr) {
-        event.bytes = bytes_of(argument, std::min<size_t>(_IOC_SIZE(request), trace_max));
-    }
-    const long result = move(file, event, 0, false, nullptr,
-                             [&](size_t) { return file.device->ioctl(file, request, argument); });
-    if ((_IOC_DIR(request) & _IOC_READ) != 0 && argument != nullptr && result >= 0) {
-        event.answer = bytes_of(argument, std::min<size_t>(_IOC_SIZE(request), trace_max));
+    event.bytes = file.device->request_record(request, argument);
+    bool reached = false;
+    const long result = move(file, event, 0, false, nullptr, [&](size_t) {
+        reached = true;
+        return file.device->ioctl(file, request, argument);
+    });
+    if (reached && result >= 0) {
+        event.answer = file.device->answer_record(request, argument);
     }
     return finish(std::move(event), result);
 }
@@ -282,6 +356,7 @@ void Board::loaded(uint32_t offset)
     Event event = this->event(Operation::load, cpld_->name(), offset, 1);
     event.result = cpld_->get(offset);
     trace.add(std::move(event));
+    cpld_->loaded(offset);
 }
 
 void Board::stored(uint32_t offset, uint8_t before)

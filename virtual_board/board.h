@@ -7,6 +7,7 @@
 #include <stdint.h>
 #include <sys/stat.h>
 
+#include <array>
 #include <functional>
 #include <map>
 #include <memory>
@@ -16,14 +17,25 @@
 #include <string_view>
 #include <utility>
 
+#include "virtual_board/bios_switch.h"
+#include "virtual_board/chips/eeprom_24c.h"
+#include "virtual_board/chips/pca9555.h"
+#include "virtual_board/chips/peci_bridge.h"
+#include "virtual_board/chips/temperature_sensor.h"
 #include "virtual_board/clock.h"
 #include "virtual_board/cpld.h"
+#include "virtual_board/cpus.h"
 #include "virtual_board/device.h"
+#include "virtual_board/disks.h"
 #include "virtual_board/fault.h"
 #include "virtual_board/fpga.h"
+#include "virtual_board/fpga_i2c.h"
 #include "virtual_board/gpio.h"
 #include "virtual_board/host.h"
+#include "virtual_board/i2c_bus.h"
+#include "virtual_board/leds.h"
 #include "virtual_board/personality.h"
+#include "virtual_board/slot.h"
 #include "virtual_board/trace.h"
 
 namespace virtual_board {
@@ -45,6 +57,19 @@ public:
     Fpga &fpga() { return *fpga_; }
     Gpio &gpio() { return gpio_; }
     Host &host() { return *host_; }
+    Cpus &cpus() { return cpus_; }
+    Disks &disks() { return disks_; }
+    const Leds &leds() const { return leds_; }
+    BiosSwitch &bios_switch() { return bios_switch_; }
+    Slot &slot() { return slot_; }
+    // Channels 0 and 1 belong to the FPGA, 2 is /dev/i2c-0.
+    I2cBus &i2c(unsigned channel);
+    FpgaI2c &fpga_i2c() { return fpga_i2c_; }
+    Pca9555 &raid_expander() { return *raid_expander_; }
+    TemperatureSensor &inlet_sensor() { return *inlet_sensor_; }
+    PeciBridge &peci_bridge() { return *peci_bridge_; }
+    // On channels 0 and 2.
+    Eeprom24c &eeprom(unsigned channel);
 
     // Puts a device at a path, or takes it away.
     void attach(const std::string &path, std::shared_ptr<Device> device);
@@ -97,6 +122,8 @@ public:
     void after_fork_in_child();
 
 private:
+    void fit(const Personality &personality);
+    void plug_chips();
     std::shared_ptr<Device> find(std::string_view path);
     Event event(Operation operation, std::string device, uint32_t address, uint64_t count) const;
     Event event(Operation operation, const OpenFile &file, uint32_t address, uint64_t count) const;
@@ -109,6 +136,17 @@ private:
     std::shared_ptr<Fpga> fpga_;
     Gpio gpio_;
     std::unique_ptr<Host> host_;
+    Cpus cpus_;
+    Disks disks_;
+    Leds leds_;
+    BiosSwitch bios_switch_;
+    Slot slot_;
+    std::array<I2cBus, 3> i2c_;
+    FpgaI2c fpga_i2c_;
+    std::shared_ptr<Pca9555> raid_expander_;
+    std::shared_ptr<TemperatureSensor> inlet_sensor_;
+    std::shared_ptr<PeciBridge> peci_bridge_;
+    std::map<unsigned, std::shared_ptr<Eeprom24c>> eeproms_; // by channel
     std::map<std::string, std::shared_ptr<Device>, std::less<>> nodes_;
     size_t open_files_ = 0;
     bool stores_are_watched_ = false;

@@ -3,13 +3,16 @@
 #define VIRTUAL_BOARD_DEVICE_H
 
 #include <errno.h>
+#include <linux/ioctl.h>
 #include <stddef.h>
 #include <stdint.h>
 #include <sys/stat.h>
 
+#include <algorithm>
 #include <memory>
 #include <optional>
 #include <string>
+#include <vector>
 
 namespace virtual_board {
 
@@ -65,8 +68,29 @@ public:
     // when they are not the count of the call.
     virtual size_t request_length(const void *, size_t) const { return 0; }
     virtual size_t record_length(const void *, size_t count) const { return count; }
+    // Bytes that an ioctl request takes in, and those that a successful one gives
+    // back. By default what the request's number says.
+    virtual std::vector<uint8_t> request_record(uint32_t request, const void *argument) const
+    {
+        return argument_bytes(request, _IOC_WRITE, argument);
+    }
+    virtual std::vector<uint8_t> answer_record(uint32_t request, const void *argument) const
+    {
+        return argument_bytes(request, _IOC_READ, argument);
+    }
 
 private:
+    static std::vector<uint8_t> argument_bytes(uint32_t request, unsigned direction,
+                                               const void *argument)
+    {
+        constexpr size_t shown_max = 512;
+        if ((_IOC_DIR(request) & direction) == 0 || argument == nullptr) {
+            return {};
+        }
+        const auto *bytes = static_cast<const uint8_t *>(argument);
+        return {bytes, bytes + std::min<size_t>(_IOC_SIZE(request), shown_max)};
+    }
+
     std::string name_;
 };
 
