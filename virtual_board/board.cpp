@@ -48,7 +48,8 @@ constexpr size_t trace_max = 512;
 
 Board::Board(const Personality &personality, Clock::Mode mode)
     : clock(mode), cpld_(std::make_shared<Cpld>()), fpga_(std::make_shared<Fpga>(clock)),
-      host_(std::make_unique<Host>(clock, *cpld_, *fpga_)),
+      host_(std::make_unique<Host>(clock, *cpld_, *fpga_)), cpus_(*cpld_), disks_(clock, *cpld_),
+      leds_(*cpld_), bios_switch_(*cpld_), slot_(*fpga_),
       fpga_i2c_(*fpga_, clock, {&i2c_[0], &i2c_[1]}), raid_expander_(std::make_shared<Pca9555>()),
       inlet_sensor_(std::make_shared<TemperatureSensor>()),
       peci_bridge_(std::make_shared<PeciBridge>())
@@ -67,6 +68,7 @@ Board::Board(const Personality &personality, Clock::Mode mode)
         cpld_->set(CPLD_REG_POWER_STATE, CPLD_POWER_GOOD);
         cpld_->set(CPLD_REG_CHIPSET, CPLD_CHIPSET_STATUS);
     }
+    fit(personality);
     attach("/dev/ipmc_cpld", cpld_);
     attach("/dev/ipmc_fpga", fpga_);
     plug_chips();
@@ -75,6 +77,40 @@ Board::Board(const Personality &personality, Clock::Mode mode)
 }
 
 Board::~Board() = default;
+
+// What is plugged into the board.
+void Board::fit(const Personality &personality)
+{
+    for (unsigned socket = 0; socket < Cpus::sockets; ++socket) {
+        if (personality.cpus_fitted[socket]) {
+            cpus_.fit(socket, personality.cpu_generation);
+        }
+    }
+    for (unsigned bay = 0; bay < Disks::bays; ++bay) {
+        if (personality.disks_fitted[bay]) {
+            disks_.insert(bay);
+        }
+    }
+    const auto &ports = personality.hdd_backplane_ports;
+    const struct {
+        uint8_t offset;
+        int value;
+    } registers[] = {
+        {CPLD_REG_HDD_BACKPLANE_01, ports[0] << 4 | ports[1]},
+        {CPLD_REG_HDD_BACKPLANE_2, ports[2] << 4},
+        {CPLD_REG_BOARD_2, personality.board_2_pcb_version << 4},
+        {CPLD_REG_BOARD_3, personality.board_3_pcb_version << 4 | personality.board_3_id},
+        {CPLD_REG_BOARD_6, personality.board_6_fitted ? CPLD_BOARD_6_PRESENT : 0},
+        {CPLD_REG_AMC_PRESENCE, personality.amc_modules},
+        {CPLD_REG_SERIAL_ROUTING, personality.serial_route},
+    };
+    for (const auto &row : registers) {
+        cpld_->set(row.offset, static_cast<uint8_t>(row.value));
+    }
+    slot_.set_number(personality.slot_number);
+    slot_.base_board_id = personality.base_board_id;
+    slot_.blade_pcb_version = personality.blade_pcb_version;
+}
 
 // Every chip as the board is built; tests and people plug and pull more.
 void Board::plug_chips()
@@ -318,6 +354,7 @@ void Board::loaded(uint32_t offset)
     Event event = this->event(Operation::load, cpld_->name(), offset, 1);
     event.result = cpld_->get(offset);
     trace.add(std::move(event));
+    cpld_->loaded(offset);
 }
 
 void Board::stored(uint32_t offset, uint8_t before)
