@@ -339,7 +339,7 @@ TEST_F(CpuStatusTest, HotIsReportedFromTheFourthPollInARow)
             set_reg(socket.error, 0);
             EXPECT_EQ(status(socket.cpu, 3), 0);
             // A run that is broken off counts for nothing.
-            for (const unsigned seen : {1, 1, 1, 0, 1, 1, 1}) {
+            for (const unsigned seen : {1U, 1U, 1U, 0U, 1U, 1U, 1U}) {
                 set_reg(socket.error, seen != 0 ? bit : 0);
                 EXPECT_EQ(status(socket.cpu, 3), 0);
             }
