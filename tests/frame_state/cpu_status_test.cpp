@@ -180,17 +180,16 @@ protected:
     static uint32_t flag_of(int (*get)(fdm_fault_record *))
     {
         fdm_fault_record record{77, 77};
-        EXPECT_EQ(get(&record), 0);
-        return record.flag;
+        return get(&record) == 0 ? record.flag : 88;
     }
 
-    // The library and the reference must hold the same.
-    static void expect_same_state(const ReferenceCpus &reference)
+    // Whether the library and the reference hold the same.
+    static bool same_state(const ReferenceCpus &reference)
     {
-        ASSERT_EQ(g_cpu_mce_flag, reference.mce_flag);
-        ASSERT_EQ(flag_of(get_fdm_ierr_info), reference.ierr_info);
-        ASSERT_EQ(flag_of(get_fdm_ierr_parase), reference.ierr_parse);
-        ASSERT_EQ(flag_of(get_fdm_mce_info), reference.mce_info);
+        return g_cpu_mce_flag == reference.mce_flag &&
+               flag_of(get_fdm_ierr_info) == reference.ierr_info &&
+               flag_of(get_fdm_ierr_parase) == reference.ierr_parse &&
+               flag_of(get_fdm_mce_info) == reference.mce_info;
     }
 
     // Now and then somebody clears the records.
@@ -339,7 +338,7 @@ TEST_F(CpuStatusTest, HotIsReportedFromTheFourthPollInARow)
             set_reg(socket.error, 0);
             EXPECT_EQ(status(socket.cpu, 3), 0);
             // A run that is broken off counts for nothing.
-            for (const unsigned seen : {1, 1, 1, 0, 1, 1, 1}) {
+            for (const unsigned seen : {1U, 1U, 1U, 0U, 1U, 1U, 1U}) {
                 set_reg(socket.error, seen != 0 ? bit : 0);
                 EXPECT_EQ(status(socket.cpu, 3), 0);
             }
@@ -516,8 +515,9 @@ TEST_F(CpuStatusTest, MachineCheckPollSetsItsFlagWhateverTheBit)
 
 TEST_F(CpuStatusTest, LongRandomPollingAgreesWithTheReference)
 {
-    constexpr unsigned polls_per_type_and_cpu = 25000;
+    constexpr unsigned polls_per_type_and_cpu = 100000;
     board.trace.keep(false);
+    unwatch_locks();
     PlainWindow window;
     ReferenceCpus reference;
     RestlessRegisters registers(20240917);
@@ -545,9 +545,8 @@ TEST_F(CpuStatusTest, LongRandomPollingAgreesWithTheReference)
             FAIL() << "poll " << poll << " type " << poll_types[at] << " cpu " << cpu << ": "
                    << int{out} << ", not " << expected;
         }
-        expect_same_state(reference);
-        if (HasFatalFailure()) {
-            FAIL() << "after poll " << poll;
+        if (!same_state(reference)) {
+            FAIL() << "records or flag after poll " << poll << " type " << poll_types[at];
         }
         reported[at][cpu] += expected;
         unfinished -= ++polls[at][cpu] == polls_per_type_and_cpu ? 1 : 0;
@@ -584,7 +583,7 @@ TEST_F(CpuStatusTest, RandomPollingOfTheBoardAgreesWithTheReference)
         const int cpu = static_cast<int>(random() / 7 % 4);
         ASSERT_EQ(status(cpu, type), reference.poll(cpu, type)) << poll << " type " << type;
         ASSERT_EQ(reg(0x2B), reference.reg[0x2B]) << poll << " type " << type;
-        expect_same_state(reference);
+        ASSERT_TRUE(same_state(reference)) << poll << " type " << type;
     }
 }
 

@@ -319,12 +319,13 @@ uint8_t nibble_of(const DiskLines &lines)
 
 TEST_F(DiskStatusTest, LongRandomPollingAgreesWithTheReference)
 {
-    constexpr unsigned polls_per_item_and_disk = 25000;
+    constexpr unsigned polls_per_item_and_disk = 100000;
     // Plain memory in place of the window: watching each load takes microseconds.
     static std::array<uint8_t, CPLD_WINDOW_SIZE> window{};
     uint8_t *const mapped = g_cpld_base_addr;
     g_cpld_base_addr = window.data();
     board.trace.keep(false);
+    unwatch_locks();
     std::minstd_rand random(20240918);
     std::array<ReferenceDisk, 4> disks;
     unsigned polls[std::size(items)][4] = {};

@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "tests/support/board_test.h"
+#include "virtual_board/shim/shim.h"
 
 namespace board_test {
 
@@ -64,6 +65,14 @@ protected:
             expect_steps({});
         }
         EXPECT_EQ(registers(), before);
+    }
+
+    // For long runs, whose time the notes of each lock would take ten times over.
+    // The open locks stay noted as held.
+    void unwatch_locks()
+    {
+        virtual_board::shim::observe_mutexes(nullptr);
+        leaves_held(held_locks());
     }
 
     // The registers as they must be after a change of one.
