@@ -1035,7 +1035,7 @@ TEST_P(HostInterfaceThreadsTest, TwoSendsWriteOneAfterTheOther)
 
     std::promise<void> second_asked;
     board.act([&] {
-        board.trace.listen([this, &second_asked](const Event &event) {
+        board.trace.listen([&second_asked](const Event &event) {
             if (event.operation == Operation::unlock && event.device == "fpga_request_lock") {
                 second_asked.set_value();
             }
