@@ -641,6 +641,33 @@ BOARD_HAL_API int get_pm_present(uint32_t which, uint8_t *val);
  * @{
  */
 
+/**
+ * Configures the FPGA from a bitstream file: exports GPIO 48 (output) and 96
+ * (input), runs "insmod /ko/load_fpga.ko", opens /dev/spi (mode 0, 8 bits, 50
+ * MHz), copies the file to /tmp/bmc_card.bit, sends it in transfers of 2000
+ * bytes and reads GPIO 96, which tells that the FPGA is configured ("load fpga
+ * successfully."). After a transfer attempt the copy is removed and "rmmod
+ * load_fpga" run. GPIO lines that cannot be reached and a failed copy are not
+ * errors by themselves.
+ *
+ * The SPI descriptor is never closed: every call that gets this far leaves one
+ * more open.
+ *
+ * @param path  the bitstream file.
+ * @return 0; -2 null @p path ("invalid argument\r"), the helper module did not
+ *         load ("gpio class init failed.") or the SPI device cannot be set up
+ *         ("open spi device fails.", "can't set spi mode.", "can't set bits per
+ *         word." or "can't set max speed hz.", then "sspi para set failed.");
+ *         -13 the copy is empty or missing ("Input para real_len(%ld) is
+ *         invalid.\n" with its size or -1), no memory ("malloc memory fails."),
+ *         the copy cannot be opened ("open fpga file fails."), a transfer
+ *         failed ("can't send spi message", without a newline), or GPIO 96 does
+ *         not read '1' or cannot be opened ("can not open gpionum file.").
+ * Locks: FPGA load lock, for the copy and the transfer.
+ * Blocking: the programs and the transfers, several seconds.
+ */
+BOARD_HAL_API int load_fpga(const char *path);
+
 /** @} */
 
 /* ======================================================================== */
