@@ -836,9 +836,177 @@ BOARD_HAL_API int get_sas_card_status(uint8_t *status);
 /* ======================================================================== */
 /**
  * @defgroup ipmb IPMB channels
- * Whole IPMB messages on channels 0, 1 and 2.
+ * Whole IPMB messages on channels 0, 1 and 2. Channel 2 (sm) has operations of
+ * its own; the local (l) ones stand for those of channels 0 and 1.
  * @{
  */
+
+/**
+ * Receives one message from channel 0 or 1. Takes no lock, so that one reader
+ * may run beside a writer.
+ *
+ * @param buf       out: the message, cut to @p buf_size.
+ * @param buf_size  bytes in @p buf; 0 or below copies nothing.
+ * @param chan_out  out: channel that the message came in on; written with a
+ *                  message only, not checked for null.
+ * @param wait      passed to the driver; its low 16 bits count.
+ * @return the message's length, at most 254, also when @p buf is shorter; a
+ *         driver error above 9999 negated; any other result of 0 or below as it
+ *         is ("ipmb_read return %d %d %s\n" with it, errno and its text); -1
+ *         null @p buf ("the obuffer paramter is invalid!!!").
+ */
+BOARD_HAL_API int ipmb_read(uint8_t *buf, int32_t buf_size, uint8_t *chan_out, int32_t wait);
+
+/**
+ * Receives one message from channel 2. Arguments and results as ipmb_read(),
+ * but no message on a result of 0 or below, and positive 5 for no memory.
+ *
+ * Locks: IPMB sm lock. Blocking: 10 ms before the lock is taken, and for a
+ * channel 2 call of another thread.
+ */
+BOARD_HAL_API int ipmb_sm_read(uint8_t *buf, int32_t buf_size, uint8_t *chan_out, int32_t wait);
+
+/**
+ * Sends one message on channel 0 or 1.
+ *
+ * @param chan  0 or 1.
+ * @param msg   @p len bytes.
+ * @param len   at most 254; a negative length passes and sends an empty message.
+ * @param wait  passed to the driver; its low 16 bits count.
+ * @return the driver's count; a driver error above 9999 negated, a negative
+ *         result as it is; -2 null @p msg ("ibuffer is empty!!!"), other
+ *         @p chan ("ipmb_write: chan is not a valid paramter!!") or @p len 255
+ *         or above ("len is a invalid argument: %d\r\n"), without lock.
+ * Locks: IPMB lock.
+ */
+BOARD_HAL_API int ipmb_write(int32_t chan, const uint8_t *msg, int32_t len, int32_t wait);
+
+/**
+ * Sends one message on channel 2.
+ *
+ * @param chan  2.
+ * @return as ipmb_write(), with "ipmb_sm_write: chan is not a valid
+ *         paramter!!"; positive 5 no memory.
+ * Locks: IPMB sm lock.
+ */
+BOARD_HAL_API int ipmb_sm_write(int32_t chan, const uint8_t *msg, int32_t len, int32_t wait);
+
+/**
+ * Resets channel 0 or 1.
+ *
+ * @param chan  0 or 1; a negative channel passes, its low byte is sent.
+ * @return 0; -5 the driver answered below 0; -2 @p chan 2 or above
+ *         ("ipmb_reset: chan is not a valid paramter!!"), without lock.
+ * Locks: FPGA request lock.
+ */
+BOARD_HAL_API int ipmb_reset(int32_t chan);
+
+/** Resets channel 2 (@p chan 2). Results and message as ipmb_reset(), any other
+ *  channel gives -2. */
+BOARD_HAL_API int ipmb_sm_reset(int32_t chan);
+
+/**
+ * Status of channel 0 or 1.
+ *
+ * @param chan    0 or 1.
+ * @param status  out: 0, or -10001 to -10005 for the first of bits 7, 6, 5, 4
+ *                and 2 of the FPGA's status byte that is set; 0 also with -5.
+ * @return 0; -5 the driver answered other than 0; -2 null @p status ("invalid
+ *         argument\r") or other @p chan ("ipmb_query_status: chan is not a
+ *         valid paramter!!"), without lock.
+ * Locks: FPGA request lock.
+ */
+BOARD_HAL_API int get_ipmb_status(int32_t chan, int32_t *status);
+
+/** Status of channel 2 (@p chan 2). Arguments and results as get_ipmb_status(). */
+BOARD_HAL_API int get_ipmb_sm_status(int32_t chan, int32_t *status);
+
+/**
+ * The controller's own slave address on channels 0 and 1.
+ *
+ * @param addr  out: the address in 8-bit form.
+ * @return 0; -5 the driver answered below 0; -2 null ("invalid argument\r"),
+ *         without lock.
+ * Locks: FPGA request lock.
+ */
+BOARD_HAL_API int get_ipmb_addr_config(uint8_t *addr);
+
+/** Own slave address on channel 2. Results as get_ipmb_addr_config(). */
+BOARD_HAL_API int get_ipmb_sm_addr_config(uint8_t *addr);
+
+/**
+ * Sets the controller's own slave address on channels 0 and 1.
+ *
+ * @param addr   the address in 8-bit form, even.
+ * @param spare  ignored.
+ * @return 0; -5 the driver answered other than 0; -2 odd @p addr ("address is a
+ *         invalid argument\r"), without lock.
+ * Locks: FPGA request lock.
+ */
+BOARD_HAL_API int set_ipmb_addr_config(uint8_t addr, uint8_t spare);
+
+/** Sets the own slave address on channel 2. Arguments and results as
+ *  set_ipmb_addr_config(). */
+BOARD_HAL_API int set_ipmb_sm_addr_config(uint8_t addr, uint8_t spare);
+
+/**
+ * Whether channel 0 or 1 is enabled.
+ *
+ * @param chan     0 or 1.
+ * @param enabled  out: 0, or 1 << @p chan (2 for channel 1); overwritten also
+ *                 when the read failed.
+ * @return 0; -5 the driver answered other than 0; -2 other @p chan or null
+ *         @p enabled, without message or lock.
+ * Locks: IPMB lock.
+ */
+BOARD_HAL_API int get_ipmb_enable(int32_t chan, uint8_t *enabled);
+
+/**
+ * Enables or disables a channel.
+ *
+ * @param chan    0, 1 or 2.
+ * @param enable  0 disables, any other value enables.
+ * @return 0; -5 the driver answered other than 0; -2 other @p chan ("chan %d
+ *         num out of range\r\n"), without lock.
+ * Locks: IPMB lock.
+ */
+BOARD_HAL_API int set_ipmb_enable(int32_t chan, uint8_t enable);
+
+/** Calls ipmb_reset(). */
+BOARD_HAL_API int ipmb_l_reset(int32_t chan);
+/** Calls get_ipmb_status(). */
+BOARD_HAL_API int get_ipmb_l_status(int32_t chan, int32_t *status);
+/** Calls get_ipmb_addr_config(). */
+BOARD_HAL_API int get_ipmb_l_addr_config(uint8_t *addr);
+/** Calls set_ipmb_addr_config() with the low byte of each argument. */
+BOARD_HAL_API int set_ipmb_l_addr_config(uint32_t addr, uint32_t spare);
+/** Calls set_ipmb_enable() with the low byte of @p enable. */
+BOARD_HAL_API int set_ipmb_l_enable(int32_t chan, uint32_t enable);
+
+/** Not fitted on this board. @return 0. */
+BOARD_HAL_API int ipmb_l_read(uint8_t *buf, int32_t buf_size, uint8_t *chan_out, int32_t wait);
+/** Not fitted on this board. @return 0. */
+BOARD_HAL_API int ipmb_l_write(int32_t chan, const uint8_t *msg, int32_t len, int32_t wait);
+/** Not fitted on this board. @return 0. */
+BOARD_HAL_API int set_ipmb_baud(int32_t chan, uint32_t baud);
+/** Not fitted on this board. @return 0. */
+BOARD_HAL_API int set_ipmb_l_baud(int32_t chan, uint32_t baud);
+/** Not fitted on this board. @return 0. */
+BOARD_HAL_API int set_ipmb_sm_baud(int32_t chan, uint32_t baud);
+/** Not fitted on this board. @return 0. */
+BOARD_HAL_API int get_ipmb_baud(int32_t chan, uint32_t *baud);
+/** Not fitted on this board. @return 0. */
+BOARD_HAL_API int get_ipmb_l_baud(int32_t chan, uint32_t *baud);
+/** Not fitted on this board. @return 0. */
+BOARD_HAL_API int get_ipmb_sm_baud(int32_t chan, uint32_t *baud);
+/** Not fitted on this board. @return 0. */
+BOARD_HAL_API int get_ipmb_l_enable(int32_t chan, uint8_t *enabled);
+/** Not fitted on this board. @return 0. */
+BOARD_HAL_API int get_ipmb_sm_enable(int32_t chan, uint8_t *enabled);
+/** Not fitted on this board. @return 0. */
+BOARD_HAL_API int set_ipmb_sm_enable(int32_t chan, uint8_t enable);
+/** Not fitted on this board. @return 0. */
+BOARD_HAL_API int ipmb_test(int32_t chan);
 
 /** @} */
 
