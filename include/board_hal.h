@@ -1127,9 +1127,84 @@ BOARD_HAL_API int reserved_ram_write(int32_t offset, const uint8_t *data, int32_
 /* ======================================================================== */
 /**
  * @defgroup sol SOL and black box
- * Streams that the host fills and the controller fetches word by word.
+ * Streams that the host fills and the controller fetches word by word. Each
+ * register access takes the FPGA register lock; no lock spans a sequence, so a
+ * caller must not run two fetches of one stream at once.
  * @{
  */
+
+/**
+ * Length of the serial data that waits in the FPGA. Releases a fetch that was
+ * under way.
+ *
+ * @param len  out: bytes; null gives -5. Overwritten also when the register
+ *             read failed.
+ * @return 0; -9 no data (@p len is 0); -5 register access failed.
+ */
+BOARD_HAL_API int get_sol_data_length(uint32_t *len);
+
+/**
+ * Starts a fetch: releases an old one, reads length and offset, and enables the
+ * transfer. Then get_sol_data() for each word and set_sol_data_done().
+ *
+ * @param len     out: bytes; null gives -5.
+ * @param offset  out: where the data begins in the FPGA's buffer; null gives -5.
+ * @return 0; -9 no data (@p len is 0, no message); -5 a step failed: "Set lpc
+ *         clear failed.", "Get lpc data length failed.", "Get lpc data offset
+ *         failed.", "Set lpc data offset failed.", "Set lpc data enable
+ *         failed.", or not ready after 10 us ("\nret=%d ready=%d Get lpc data
+ *         not ready.\n" with the result of the read and the ready register).
+ *         Steps that were done are not undone.
+ * Blocking: 10 us.
+ */
+BOARD_HAL_API int get_sol_data_prepare(uint32_t *len, uint32_t *offset);
+
+/** Fetches the next word of serial data. @return 0; -5 read failed or null. */
+BOARD_HAL_API int get_sol_data(uint32_t *word);
+
+/** Ends a fetch of serial data. @return 0; -5 write failed. */
+BOARD_HAL_API int set_sol_data_done(void);
+
+/**
+ * Starts a fetch from the black box. Then get_blackbox_data() for each word and
+ * set_blackbox_data_done(). Nothing is retried or waited for.
+ *
+ * @param first,second  fetch parameters, passed to the FPGA.
+ * @return 0; -5 a register write failed (no message) or the data is not ready
+ *         ("Get from FPGA not ready!").
+ */
+BOARD_HAL_API int get_blackbox_data_prepare(uint32_t first, uint32_t second);
+
+/** Fetches the next word of the black box. @return 0; -5 read failed or null. */
+BOARD_HAL_API int get_blackbox_data(uint32_t *word);
+
+/** Ends a fetch from the black box. @return 0; -5 write failed. */
+BOARD_HAL_API int set_blackbox_data_done(void);
+
+/**
+ * Whether the black box holds data: a flag, despite the name.
+ *
+ * @param present  out: 1 or 0; not checked for null.
+ * @return 0; -5 read failed.
+ */
+BOARD_HAL_API int get_blackbox_data_lenth(uint32_t *present);
+
+/**
+ * Switches the black box on or off. A read-modify-write without a lock over it.
+ *
+ * @param enable  1 on, any other value off.
+ * @return 0; -5 register access failed.
+ */
+BOARD_HAL_API int set_blackbox_status(uint32_t enable);
+
+/**
+ * Whether the black box is on.
+ *
+ * @param enabled  out: 1 if either of its two enable bits is set, else 0; not
+ *                 checked for null.
+ * @return 0; -5 read failed.
+ */
+BOARD_HAL_API int get_blackbox_status(uint32_t *enabled);
 
 /** @} */
 
