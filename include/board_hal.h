@@ -1285,6 +1285,110 @@ BOARD_HAL_API int read_raid_err_status(void);
  * @{
  */
 
+/**
+ * Puts a terminal into raw mode: none of its earlier attributes is kept, reads
+ * return at once with what is there, pending input is discarded. Prints "set
+ * done!" when it succeeds. Takes no lock.
+ *
+ * @param fd      descriptor of the terminal.
+ * @param speed   2400, 4800, 9600, 19200, 38400, 57600 or 115200 bit/s; any
+ *                other rate gives 9600.
+ * @param bits    data bits, 7 or 8; any other count gives 5.
+ * @param parity  'N' none, 'O' odd or 'E' even, both with input checking and
+ *                stripping to 7 bits; any other character is as 'N'.
+ * @param stop    stop bits, 1 or 2; any other count is as 1.
+ * @return 0; -1 not a terminal ("SetupSerial fail" on standard error) or the
+ *         attributes cannot be set ("com set error" on standard error).
+ */
+BOARD_HAL_API int set_opt(int32_t fd, int32_t speed, int32_t bits, char parity, int32_t stop);
+
+/**
+ * Opens the serial port of a channel, blocking, without making it the
+ * controlling terminal. Prints "open %s .....\n" with its path, "fcntl=%d\n" or
+ * "fcntl failed!", then "isatty success!" or "standard input is not a terminal
+ * device" (about standard input), and "fd-open=%d\n". Takes no lock.
+ *
+ * @param chan  0.
+ * @return the new descriptor; -1 other @p chan, or open failed ("Can't Open
+ *         Serial Port" on standard error).
+ */
+BOARD_HAL_API int open_port(int32_t chan);
+
+/**
+ * Opens a channel into serial_handle and sets it to the rate that the FPGA
+ * prescribes, 8 data bits, no parity, 1 stop bit. Prescribed rates without a
+ * terminal speed (7200, 3600) give 9600.
+ *
+ * @param chan  0.
+ * @param baud  ignored.
+ * @return the channel's descriptor; -2 other @p chan ("uart_init: arg chan is
+ *         invalid [%d]\n"); -3 the FPGA does not tell its divisor ("get baud
+ *         rate fails.") or the port cannot be opened ("uart_init: cann't open
+ *         uart%d\n"); -4 already open ("uart_init: serial device already
+ *         opened"); -5 the port cannot be set ("uart_init: cann't setup uart%d
+ *         baud\n"). After -5 the descriptor stays open in serial_handle, but
+ *         the channel counts as closed: a further call opens it again.
+ * Locks: takes the UART open lock without waiting and keeps it on success.
+ */
+BOARD_HAL_API int uart_init(int32_t chan, int32_t baud);
+
+/**
+ * Closes serial_handle, sets it to -1 and releases the UART open lock. Does not
+ * test whether the channel is open: before the first uart_init() it closes
+ * descriptor 0.
+ *
+ * @param chan  0; nothing happens for other channels.
+ * @return the result of releasing the lock, 0 normally.
+ */
+BOARD_HAL_API int uart_close(int32_t chan);
+
+/**
+ * Reads what has arrived.
+ *
+ * @param chan  0.
+ * @param buf   out: at least @p len bytes.
+ * @return bytes read, 0 if there are none; -1 read failed (errno is set); -2
+ *         other @p chan or null @p buf.
+ * Locks: UART input/output lock.
+ */
+BOARD_HAL_API int uart_read(int32_t chan, uint8_t *buf, uint32_t len);
+
+/**
+ * Writes up to @p len bytes; a short count is not retried.
+ *
+ * @param chan  0.
+ * @param buf   @p len bytes.
+ * @return bytes written; -1 write failed (errno is set); -2 other @p chan or
+ *         null @p buf.
+ * Locks: UART input/output lock. Blocking: until the port takes the bytes.
+ */
+BOARD_HAL_API int uart_write(int32_t chan, const uint8_t *buf, uint32_t len);
+
+/**
+ * Rate in force. Takes no lock.
+ *
+ * @param chan  0.
+ * @return the rate in bit/s; 0 unknown speed; -2 other @p chan; -3 not open; -5
+ *         attributes cannot be read.
+ */
+BOARD_HAL_API int get_current_baud(int32_t chan);
+
+/**
+ * Follows a change of the FPGA's prescribed rate without reopening; everything
+ * else of the port is kept. Asks the FPGA through a descriptor of its own.
+ * Knows the divisors 1, 2, 3, 6, 12, 24 and 48; any other one, a failure, or an
+ * unchanged rate changes nothing, silently but for "com set error" on standard
+ * error when the rate cannot be set. Takes no lock.
+ *
+ * @param chan  0; nothing happens for other channels.
+ */
+BOARD_HAL_API void update_uart_baud(int32_t chan);
+
+/** Not fitted on this board. @return 0. */
+BOARD_HAL_API int set_uart_status(int32_t chan, uint32_t which, uint32_t val);
+/** Not fitted on this board. @return 0. */
+BOARD_HAL_API int get_uart_status(int32_t chan, uint32_t which, uint32_t *val);
+
 /** @} */
 
 /* ======================================================================== */
