@@ -15,7 +15,6 @@ int driver_inited;
 
 extern "C" {
 
-int32_t dev_handle_adc;
 uint8_t g_caterr_flag;
 uint8_t g_cpu_mce_flag;
 uint8_t g_ucserial_direction;

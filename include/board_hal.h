@@ -8,6 +8,7 @@
 #define BOARD_HAL_H
 
 #include <stdint.h>
+#include <time.h>
 
 #if defined(__GNUC__)
 #define BOARD_HAL_API __attribute__((visibility("default")))
@@ -1215,6 +1216,81 @@ BOARD_HAL_API int get_blackbox_status(uint32_t *enabled);
  * @{
  */
 
+/**
+ * Sets up the PECI bridge: writes its four set-up registers and reads each one
+ * back. Not atomic; the I2C lock is taken per transfer.
+ *
+ * @return 0; -5 a transfer failed; -13 a register reads back wrong. Stops at
+ *         the first failure.
+ * Blocking: the transfers and their delays, 200, 100, 100 and 100 ms for the
+ * writes and 20 ms for each read-back.
+ */
+BOARD_HAL_API int peci_init(void);
+
+/**
+ * Reads a register of the PECI bridge.
+ *
+ * @param reg    0 to 19.
+ * @param value  out: low byte of the answer.
+ * @return 1; -5 the transfer failed or the bridge reports an error (0x8000 to
+ *         0x81FF); -2 null @p value ("obuffer is empty,please allocate
+ *         memory!!") or @p reg 20 or above ("6618 command out of range\r").
+ * Locks: the I2C lock. Blocking: the transfer and its delay of 20 ms.
+ */
+BOARD_HAL_API int peci_read(uint8_t reg, uint8_t *value);
+
+/**
+ * Reads the real-time clock, which holds local time. Takes no lock.
+ *
+ * @param t  in: any time, a starting value for the driver's record; out:
+ *           seconds since the epoch. Not checked for null.
+ * @return 0; -5 the starting value has no date ("call localtime return null!")
+ *         or the read failed ("get rtc time error").
+ */
+BOARD_HAL_API int get_rtc_time(time_t *t);
+
+/**
+ * Sets the real-time clock to the local time of @p t. Takes no lock.
+ *
+ * @param t  seconds since the epoch.
+ * @return the driver's result, 0; -2 it refused, or @p t has no date ("set rtc
+ *         time error").
+ */
+BOARD_HAL_API int set_rtc_time(time_t t);
+
+/**
+ * Sets the system clock from the real-time clock; the microseconds and the time
+ * zone are kept. Takes no lock.
+ *
+ * @return 0, also when the system clock cannot be set; -5 the real-time clock
+ *         cannot be read (the message of get_rtc_time(), then "get rtc time
+ *         error").
+ */
+BOARD_HAL_API int synch_rtc_to_sys(void);
+
+/**
+ * Opens /dev/spear_adc<n> into dev_handle_adc and configures it. There is no
+ * clean operation.
+ *
+ * @param n  number of the device.
+ * @return 0, also when it was open before ("adc already init\r") or when a
+ *         configuration request failed ("adc_config:ioctl" or
+ *         "adc_channel_config:ioctl" on standard error, "\nerror number=%d\r\n"
+ *         with errno); -4 another adc_init() is running ("adc_init: adc device
+ *         already opened"); -3 open failed ("adc_init:open " on standard error,
+ *         "\nadc_init: cann't open device(%s), dev_handle_adc=%d,\n").
+ * Locks: ADC lock, without waiting for the opening.
+ */
+BOARD_HAL_API int adc_init(uint8_t n);
+
+/**
+ * Samples the battery. Takes no lock.
+ *
+ * @param raw  out: the converter's code, not scaled.
+ * @return the driver's result, 0 or above; -5 it was negative; -1 null.
+ */
+BOARD_HAL_API int get_battery_voltage(uint32_t *raw);
+
 /** @} */
 
 /* ======================================================================== */
@@ -1232,6 +1308,76 @@ BOARD_HAL_API int get_blackbox_status(uint32_t *enabled);
  * EEPROM pass-through, inlet temperature and the PMBus entry points.
  * @{
  */
+
+/** Where an inlet temperature sensor is. */
+typedef struct inlet_temp_sensor {
+    uint32_t chan; /**< I2C channel */
+    uint32_t addr; /**< slave address, 8-bit form */
+} inlet_temp_sensor;
+
+/** Inlet temperature sensors, sensor 1 first: channel 2, address 0x90. */
+BOARD_HAL_API extern inlet_temp_sensor inlet_temp_addr[1];
+
+/** Reads from an EEPROM: i2c_write_read(), with its arguments, results, locks
+ *  and delays. */
+BOARD_HAL_API int read_eeprom_data(int32_t chan, uint8_t addr, const uint8_t *tx, int32_t tx_len,
+                                   uint8_t *rx, int32_t rx_len, int32_t delay_ms);
+
+/** Writes to an EEPROM: i2c_write(), with its arguments, results, locks and
+ *  delays. */
+BOARD_HAL_API int write_eeprom_data(int32_t chan, uint8_t addr, const uint8_t *buf, int32_t len,
+                                    int32_t delay_ms);
+
+/**
+ * Temperature at the air inlet.
+ *
+ * @param sensor  1.
+ * @param temp    out: degrees, 0 to 255.
+ * @return 0; -1 the transfer moved nothing; -2 null @p temp or other @p sensor.
+ * Locks: the I2C lock. Blocking: the transfer and its delay of 100 ms.
+ */
+BOARD_HAL_API int read_temp_inlet(uint8_t sensor, uint32_t *temp);
+
+/**
+ * Temperature rise: always 0.
+ *
+ * @param id    ignored.
+ * @param rise  out: 0; not checked for null.
+ * @return 0.
+ */
+BOARD_HAL_API int get_temp_rise(uint32_t id, uint8_t *rise);
+
+/** Not fitted on this board. @return -1. */
+BOARD_HAL_API int pmbus_read_array(uint32_t device, uint32_t bus, uint8_t reg, uint8_t count);
+/** Not fitted on this board. @return -1. */
+BOARD_HAL_API int pmbus_read_word(uint32_t device, uint32_t bus, uint8_t reg);
+/** Not fitted on this board. @return 0. */
+BOARD_HAL_API int PMBusSlave_Crc8MakeBitwise(uint16_t crc, uint16_t polynomial, const uint8_t *data,
+                                             uint16_t len);
+/** Not fitted on this board. @return -1. */
+BOARD_HAL_API int get_pmbus_ps_power(uint32_t psu, uint32_t which, uint32_t *val);
+/** Not fitted on this board. @return -2. */
+BOARD_HAL_API int get_pmbus_ps_info(uint32_t psu, uint32_t which, uint8_t *val);
+/** Not fitted on this board. @return -2. */
+BOARD_HAL_API int get_pmbus_ps_healthe(uint32_t psu, uint8_t *val);
+/** Not fitted on this board. @return 0. */
+BOARD_HAL_API int get_psu_acok(uint32_t psu);
+/** Not fitted on this board. @return 0. */
+BOARD_HAL_API int get_psu_dcok(uint32_t psu);
+/** Not fitted on this board. @return 0. */
+BOARD_HAL_API int pmbus_fru_read_from_e2p(uint32_t psu);
+/** Not fitted on this board. @return 0. */
+BOARD_HAL_API int get_pmbus_psu_active_standby_mode(uint32_t psu, uint32_t which, uint8_t *mode);
+/** Not fitted on this board. @return 0. */
+BOARD_HAL_API int set_pmbus_psu_active_standby_mode(uint32_t psu, uint32_t which, uint8_t mode);
+/** Not fitted on this board. @return -1. */
+BOARD_HAL_API int read_ina220_12V(uint32_t *val);
+/** Not fitted on this board. @return -1. */
+BOARD_HAL_API int read_temp_outlet(uint32_t *temp);
+/** Not fitted on this board. @return -1. */
+BOARD_HAL_API int read_sys_power(uint32_t *val);
+/** Not fitted on this board. @return -1. */
+BOARD_HAL_API int get_gpu_temp(uint32_t slot, uint32_t gpu, uint32_t which, uint8_t *temp);
 
 /** @} */
 
