@@ -16,7 +16,6 @@ int driver_inited;
 extern "C" {
 
 uint8_t g_caterr_flag;
-uint8_t g_cpu_mce_flag;
 uint8_t g_ucserial_direction;
 uint32_t g_slot_of_pcie_riser = 2;
 uint32_t g_pcie_riser_fru_id = 5;
