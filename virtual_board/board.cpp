@@ -30,6 +30,9 @@ std::vector<uint8_t> bytes_of(const void *data, size_t count)
     return {bytes, bytes + count};
 }
 
+// Input of the controller that tells that the FPGA has started.
+constexpr int fpga_done_line = 96;
+
 // Longest piece of a transfer that a trace keeps.
 constexpr size_t trace_max = 512;
 
@@ -37,7 +40,10 @@ constexpr size_t trace_max = 512;
 
 Board::Board(const Personality &personality, Clock::Mode mode)
     : clock(mode), cpld_(std::make_shared<Cpld>()), fpga_(std::make_shared<Fpga>(clock)),
-      host_(std::make_unique<Host>(clock, *cpld_, *fpga_)), wall_clock_(clock)
+      host_(std::make_unique<Host>(clock, *cpld_, *fpga_)), ipmb_(*fpga_), sol_(clock, *fpga_),
+      black_box_(*fpga_), rtc_(std::make_shared<Rtc>(clock)), adc_(std::make_shared<Adc>(0)),
+      spi_(std::make_shared<Spi>([this](bool level) { gpio_.line(fpga_done_line).level = level; })),
+      uart_(std::make_shared<Uart>(0)), wall_clock_(clock)
 {
     cpld_->set(CPLD_REG_BOARD_ID, personality.board_id);
     cpld_->set(CPLD_REG_PCB_VERSION, personality.pcb_version);
@@ -56,8 +62,11 @@ Board::Board(const Personality &personality, Clock::Mode mode)
     attach("/dev/ipmc_cpld", cpld_);
     attach("/dev/ipmc_fpga", fpga_);
     attach("/dev/i2c-0", std::make_shared<BareNode>("i2c-0"));
-    attach("/dev/rtc", std::make_shared<BareNode>("rtc"));
-    modules_.add("load_fpga");
+    attach("/dev/rtc", rtc_);
+    attach("/dev/spear_adc0", adc_);
+    attach("/dev/spi", spi_);
+    attach("/dev/ttyS0", uart_);
+    modules_.add("load_fpga", [this] { spi_->await_bitstream(); });
     modules_.add("m25p80");
 }
 
@@ -204,6 +213,24 @@ long Board::write(OpenFile &file, const void *buffer, size_t count)
     const long result = move(file, event, count, false, nullptr, [&](size_t allowed) {
         return file.device->write(file, buffer, allowed);
     });
+    return finish(std::move(event), result);
+}
+
+long Board::pass(OpenFile &file, Operation operation, uint32_t address, uint64_t count,
+                 const std::function<long()> &transfer)
+{
+    std::unique_lock guard(lock_);
+    synchronise();
+    Event event = this->event(operation, file, address, count);
+    const Fault *fault = faults.strike(event.device, operation, address);
+    if (fault != nullptr) {
+        const bool fails = fault->kind == Fault::Kind::error;
+        const auto value = static_cast<long>(fault->value);
+        return finish(std::move(event), fails ? -value : value);
+    }
+    guard.unlock();
+    const long result = transfer();
+    guard.lock();
     return finish(std::move(event), result);
 }
 

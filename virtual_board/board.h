@@ -16,6 +16,8 @@
 #include <utility>
 #include <vector>
 
+#include "virtual_board/adc.h"
+#include "virtual_board/black_box.h"
 #include "virtual_board/clock.h"
 #include "virtual_board/cpld.h"
 #include "virtual_board/device.h"
@@ -23,9 +25,14 @@
 #include "virtual_board/fpga.h"
 #include "virtual_board/gpio.h"
 #include "virtual_board/host.h"
+#include "virtual_board/ipmb.h"
 #include "virtual_board/modules.h"
 #include "virtual_board/personality.h"
+#include "virtual_board/rtc.h"
+#include "virtual_board/sol.h"
+#include "virtual_board/spi.h"
 #include "virtual_board/trace.h"
+#include "virtual_board/uart.h"
 #include "virtual_board/wall_clock.h"
 
 namespace virtual_board {
@@ -47,6 +54,13 @@ public:
     Fpga &fpga() { return *fpga_; }
     Gpio &gpio() { return gpio_; }
     Host &host() { return *host_; }
+    Ipmb &ipmb() { return ipmb_; }
+    Sol &sol() { return sol_; }
+    BlackBox &black_box() { return black_box_; }
+    Rtc &rtc() { return *rtc_; }
+    Adc &adc() { return *adc_; }
+    Spi &spi() { return *spi_; }
+    Uart &uart() { return *uart_; }
     Modules &modules() { return modules_; }
     WallClock &wall_clock() { return wall_clock_; }
 
@@ -70,6 +84,10 @@ public:
     long close(OpenFile &file);
     long read(OpenFile &file, void *buffer, size_t count);
     long write(OpenFile &file, const void *buffer, size_t count);
+    // A call on a device with a real node behind it: `transfer` makes it, without
+    // the board's lock, because it may wait.
+    long pass(OpenFile &file, Operation operation, uint32_t address, uint64_t count,
+              const std::function<long()> &transfer);
     long ioctl(OpenFile &file, uint32_t request, void *argument);
     long long seek(OpenFile &file, long long offset, int whence);
     long map(OpenFile &file, size_t length, Mapping &mapping);
@@ -114,6 +132,13 @@ private:
     std::shared_ptr<Fpga> fpga_;
     Gpio gpio_;
     std::unique_ptr<Host> host_;
+    Ipmb ipmb_;
+    Sol sol_;
+    BlackBox black_box_;
+    std::shared_ptr<Rtc> rtc_;
+    std::shared_ptr<Adc> adc_;
+    std::shared_ptr<Spi> spi_;
+    std::shared_ptr<Uart> uart_;
     Modules modules_;
     WallClock wall_clock_;
     std::map<std::string, std::shared_ptr<Device>, std::less<>> nodes_;

@@ -26,6 +26,7 @@ enum class Operation {
     sleep,
     lock,
     unlock,
+    control,  // fcntl on a real node behind a device
     run,      // a program, named by its command line
     set_time, // the system clock
 };

@@ -23,6 +23,7 @@
 
 #include <atomic>
 #include <memory>
+#include <optional>
 #include <sstream>
 #include <string>
 #include <vector>
@@ -110,14 +111,40 @@ template <typename Result> Result answer(Result result)
     return result;
 }
 
-// The board's open file behind a descriptor; null if it is not the board's.
-std::shared_ptr<OpenFile> board_file(int descriptor)
+std::shared_ptr<OpenFile> any_file(int descriptor)
 {
     if (board() == nullptr) {
         return nullptr;
     }
     const Working guard;
     return descriptors().find(descriptor);
+}
+
+// The board's open file behind a descriptor; null if it is not the board's, or
+// if a real node does its work.
+std::shared_ptr<OpenFile> board_file(int descriptor)
+{
+    const std::shared_ptr<OpenFile> file = any_file(descriptor);
+    return file && !file->device->real_path() ? file : nullptr;
+}
+
+// A real call, which the board gets to know of if the descriptor leads to the
+// real node of one of its devices.
+template <typename Call> auto pass(int descriptor, Operation operation, uint32_t address,
+                                   uint64_t count, const Call &call) -> decltype(call())
+{
+    const std::shared_ptr<OpenFile> file = any_file(descriptor);
+    if (!file) {
+        return call();
+    }
+    Board *on = board();
+    const Working guard;
+    const auto transfer = [&call] {
+        const auto result = static_cast<long>(call());
+        return result < 0 ? -static_cast<long>(errno) : result;
+    };
+    return static_cast<decltype(call())>(
+        answer(on->pass(*file, operation, address, count, transfer)));
 }
 
 // The path if it is the board's, empty if not. Paths are matched as programs
@@ -148,7 +175,10 @@ int open_on_board(Board &on, const std::string &path, int flags)
         }
         return static_cast<int>(answer(result));
     }
-    const int descriptor = real_open("/dev/null", O_RDWR | (flags & O_CLOEXEC), 0);
+    const std::optional<std::string> real_node = file->device->real_path();
+    const int descriptor = real_node
+                               ? real_open(real_node->c_str(), flags & ~(O_CREAT | O_TRUNC), 0)
+                               : real_open("/dev/null", O_RDWR | (flags & O_CLOEXEC), 0);
     if (descriptor < 0) {
         const int kept = errno;
         on.close(*file);
@@ -329,7 +359,8 @@ ssize_t read_any(int descriptor, void *buffer, size_t count)
 {
     const std::shared_ptr<OpenFile> file = board_file(descriptor);
     if (!file) {
-        return real_read(descriptor, buffer, count);
+        return pass(descriptor, Operation::read, 0, count,
+                    [&] { return real_read(descriptor, buffer, count); });
     }
     Board *on = board();
     const Working guard;
@@ -373,7 +404,7 @@ long long seek_on_board(const std::shared_ptr<OpenFile> &file, long long offset,
 
 void share(int from, int to)
 {
-    const std::shared_ptr<OpenFile> file = board_file(from);
+    const std::shared_ptr<OpenFile> file = any_file(from);
     if (file && to >= 0) {
         const Working guard;
         descriptors().add(to, file);
@@ -510,6 +541,7 @@ void observe_mutexes(MutexObserver observer)
 using namespace virtual_board::shim;
 using virtual_board::Board;
 using virtual_board::OpenFile;
+using virtual_board::Operation;
 
 #pragma GCC diagnostic ignored "-Wnonnull-compare"
 
@@ -591,7 +623,8 @@ ssize_t write(int descriptor, const void *buffer, size_t count)
 {
     const std::shared_ptr<OpenFile> file = board_file(descriptor);
     if (!file) {
-        return real_write(descriptor, buffer, count);
+        return pass(descriptor, Operation::write, 0, count,
+                    [&] { return real_write(descriptor, buffer, count); });
     }
     Board *on = board();
     const Working guard;
@@ -663,7 +696,8 @@ int fcntl(int descriptor, int command, ...)
     va_start(args, command);
     void *argument = va_arg(args, void *);
     va_end(args);
-    const int result = real_fcntl(descriptor, command, argument);
+    const int result = pass(descriptor, Operation::control, static_cast<uint32_t>(command), 0,
+                            [&] { return real_fcntl(descriptor, command, argument); });
     if (command == F_DUPFD || command == F_DUPFD_CLOEXEC) {
         share(descriptor, result);
     }
