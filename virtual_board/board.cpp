@@ -7,22 +7,27 @@
 #include <functional>
 
 #include "board_hal_cpld.h"
+#include "virtual_board/i2c_dev.h"
 
 namespace virtual_board {
 
 namespace {
-
-// A node that opens and does nothing else.
-class BareNode : public Device {
-public:
-    using Device::Device;
-};
 
 // Everything below these is the board's; a name is matched up to its number.
 constexpr std::string_view board_devices[] = {
     "/dev/ipmc_", "/dev/i2c-", "/dev/rtc", "/dev/spear_adc", "/dev/spi", "/dev/ttyS", "/dev/mtd",
 };
 constexpr std::string_view board_trees[] = {Gpio::root, Modules::root};
+
+// Slave addresses in 7-bit form.
+constexpr uint8_t eeprom_address = 0xA0 >> 1;
+constexpr uint8_t peci_bridge_address = 0x54 >> 1;
+constexpr uint8_t raid_expander_address = 0x40 >> 1;
+constexpr uint8_t inlet_sensor_address = 0x90 >> 1;
+
+// How the RAID card straps its expander: board id 3, PCB version 1, the last pin
+// open.
+constexpr uint8_t raid_card_straps = 0x93;
 
 std::vector<uint8_t> bytes_of(const void *data, size_t count)
 {
@@ -43,7 +48,10 @@ Board::Board(const Personality &personality, Clock::Mode mode)
       host_(std::make_unique<Host>(clock, *cpld_, *fpga_)), ipmb_(*fpga_), sol_(clock, *fpga_),
       black_box_(*fpga_), rtc_(std::make_shared<Rtc>(clock)), adc_(std::make_shared<Adc>(0)),
       spi_(std::make_shared<Spi>([this](bool level) { gpio_.line(fpga_done_line).level = level; })),
-      uart_(std::make_shared<Uart>(0)), wall_clock_(clock)
+      uart_(std::make_shared<Uart>(0)), wall_clock_(clock),
+      fpga_i2c_(*fpga_, clock, {&i2c_[0], &i2c_[1]}), raid_expander_(std::make_shared<Pca9555>()),
+      inlet_sensor_(std::make_shared<TemperatureSensor>()),
+      peci_bridge_(std::make_shared<PeciBridge>())
 {
     cpld_->set(CPLD_REG_BOARD_ID, personality.board_id);
     cpld_->set(CPLD_REG_PCB_VERSION, personality.pcb_version);
@@ -61,16 +69,40 @@ Board::Board(const Personality &personality, Clock::Mode mode)
     }
     attach("/dev/ipmc_cpld", cpld_);
     attach("/dev/ipmc_fpga", fpga_);
-    attach("/dev/i2c-0", std::make_shared<BareNode>("i2c-0"));
     attach("/dev/rtc", rtc_);
     attach("/dev/spear_adc0", adc_);
     attach("/dev/spi", spi_);
     attach("/dev/ttyS0", uart_);
     modules_.add("load_fpga", [this] { spi_->await_bitstream(); });
     modules_.add("m25p80");
+    plug_chips();
+    attach("/dev/i2c-0", std::make_shared<I2cDev>("i2c-0", 0, i2c_[2]));
 }
 
 Board::~Board() = default;
+
+// Every chip as the board is built; tests and people plug and pull more.
+void Board::plug_chips()
+{
+    for (const unsigned channel : {0U, 2U}) {
+        eeproms_[channel] = std::make_shared<Eeprom24c>(clock);
+        i2c_[channel].plug(eeprom_address, eeproms_[channel]);
+    }
+    i2c_[1].plug(peci_bridge_address, peci_bridge_);
+    raid_expander_->set_input(0, raid_card_straps);
+    i2c_[2].plug(raid_expander_address, raid_expander_);
+    i2c_[2].plug(inlet_sensor_address, inlet_sensor_);
+}
+
+I2cBus &Board::i2c(unsigned channel)
+{
+    return i2c_.at(channel);
+}
+
+Eeprom24c &Board::eeprom(unsigned channel)
+{
+    return *eeproms_.at(channel);
+}
 
 void Board::attach(const std::string &path, std::shared_ptr<Device> device)
 {
@@ -239,8 +271,15 @@ long Board::ioctl(OpenFile &file, uint32_t request, void *argument)
     const std::lock_guard guard(lock_);
     synchronise();
     Event event = this->event(Operation::ioctl, file, request, 0);
-    const long result = move(file, event, 0, false, nullptr,
-                             [&](size_t) { return file.device->ioctl(file, request, argument); });
+    event.bytes = file.device->request_record(request, argument);
+    bool reached = false;
+    const long result = move(file, event, 0, false, nullptr, [&](size_t) {
+        reached = true;
+        return file.device->ioctl(file, request, argument);
+    });
+    if (reached && result >= 0) {
+        event.answer = file.device->answer_record(request, argument);
+    }
     return finish(std::move(event), result);
 }
 

@@ -7,6 +7,7 @@
 #include <stdint.h>
 #include <sys/stat.h>
 
+#include <array>
 #include <functional>
 #include <map>
 #include <memory>
@@ -18,13 +19,19 @@
 
 #include "virtual_board/adc.h"
 #include "virtual_board/black_box.h"
+#include "virtual_board/chips/eeprom_24c.h"
+#include "virtual_board/chips/pca9555.h"
+#include "virtual_board/chips/peci_bridge.h"
+#include "virtual_board/chips/temperature_sensor.h"
 #include "virtual_board/clock.h"
 #include "virtual_board/cpld.h"
 #include "virtual_board/device.h"
 #include "virtual_board/fault.h"
 #include "virtual_board/fpga.h"
+#include "virtual_board/fpga_i2c.h"
 #include "virtual_board/gpio.h"
 #include "virtual_board/host.h"
+#include "virtual_board/i2c_bus.h"
 #include "virtual_board/ipmb.h"
 #include "virtual_board/modules.h"
 #include "virtual_board/personality.h"
@@ -63,6 +70,14 @@ public:
     Uart &uart() { return *uart_; }
     Modules &modules() { return modules_; }
     WallClock &wall_clock() { return wall_clock_; }
+    // Channels 0 and 1 belong to the FPGA, 2 is /dev/i2c-0.
+    I2cBus &i2c(unsigned channel);
+    FpgaI2c &fpga_i2c() { return fpga_i2c_; }
+    Pca9555 &raid_expander() { return *raid_expander_; }
+    TemperatureSensor &inlet_sensor() { return *inlet_sensor_; }
+    PeciBridge &peci_bridge() { return *peci_bridge_; }
+    // On channels 0 and 2.
+    Eeprom24c &eeprom(unsigned channel);
 
     // Puts a device at a path, or takes it away.
     void attach(const std::string &path, std::shared_ptr<Device> device);
@@ -120,6 +135,7 @@ public:
     void after_fork() { lock_.unlock(); }
 
 private:
+    void plug_chips();
     std::shared_ptr<Device> find(std::string_view path);
     Event event(Operation operation, std::string device, uint32_t address, uint64_t count) const;
     Event event(Operation operation, const OpenFile &file, uint32_t address, uint64_t count) const;
@@ -141,6 +157,12 @@ private:
     std::shared_ptr<Uart> uart_;
     Modules modules_;
     WallClock wall_clock_;
+    std::array<I2cBus, 3> i2c_;
+    FpgaI2c fpga_i2c_;
+    std::shared_ptr<Pca9555> raid_expander_;
+    std::shared_ptr<TemperatureSensor> inlet_sensor_;
+    std::shared_ptr<PeciBridge> peci_bridge_;
+    std::map<unsigned, std::shared_ptr<Eeprom24c>> eeproms_; // by channel
     std::map<std::string, std::shared_ptr<Device>, std::less<>> nodes_;
     size_t open_files_ = 0;
     bool stores_are_watched_ = false;

@@ -2,6 +2,8 @@
 
 #include <time.h>
 
+#include <chrono>
+#include <thread>
 #include <utility>
 
 namespace virtual_board {
@@ -38,6 +40,14 @@ void Clock::advance_us(uint64_t duration)
         virtual_us_ = end;
     }
     run_due();
+}
+
+void Clock::wait_us(uint64_t duration)
+{
+    if (mode_ == Mode::real_time) {
+        std::this_thread::sleep_for(std::chrono::microseconds(duration));
+    }
+    advance_us(duration);
 }
 
 void Clock::run_due()

@@ -24,6 +24,8 @@ public:
     // Lets a sleep pass: in virtual mode time jumps, event by event; in real
     // mode the caller has slept, and what came due meanwhile happens now.
     void advance_us(uint64_t duration);
+    // A device holds its caller up: nobody has slept yet.
+    void wait_us(uint64_t duration);
     // Runs what is due.
     void run_due();
     // Calls the event once, delay from now.

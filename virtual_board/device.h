@@ -10,6 +10,7 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <vector>
 
 namespace virtual_board {
 
@@ -69,6 +70,10 @@ public:
     // when they are not the count of the call.
     virtual size_t request_length(const void *, size_t) const { return 0; }
     virtual size_t record_length(const void *, size_t count) const { return count; }
+    // Bytes that an ioctl request takes in, and those that a successful one gives
+    // back.
+    virtual std::vector<uint8_t> request_record(uint32_t, const void *) const { return {}; }
+    virtual std::vector<uint8_t> answer_record(uint32_t, const void *) const { return {}; }
 
 private:
     std::string name_;
