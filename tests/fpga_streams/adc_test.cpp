@@ -34,6 +34,7 @@ protected:
     {
         if (dev_handle_adc > 0) {
             close(dev_handle_adc);
+            dev_handle_adc = 0;
         }
         BoardTest::TearDown();
     }

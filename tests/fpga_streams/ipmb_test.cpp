@@ -6,7 +6,6 @@
 
 #include <algorithm>
 
-#include "tests/support/allocation_fault.h"
 #include "tests/support/board_test.h"
 
 namespace board_test {
@@ -320,26 +319,6 @@ TEST_F(IpmbTest, ReceivesFromBothChannelsInTheirOrder)
     EXPECT_EQ(byte, 0x12);
 }
 
-TEST_F(IpmbTest, ChannelTwoReceiveWithoutMemory)
-{
-    if (!AllocationFault::possible()) {
-        GTEST_SKIP() << "not with this allocator";
-    }
-    ipmb().send(2, {1});
-    uint8_t byte = 9;
-    uint8_t chan = 0xEE;
-    {
-        const AllocationFault fault;
-        EXPECT_EQ(ipmb_sm_read(&byte, 1, &chan, 0), 5);
-        EXPECT_EQ(fault.refused(), 258U);
-    }
-    EXPECT_EQ(steps(), (Names{"sleep 10000", "lock ipmb_sm_lock", "unlock ipmb_sm_lock"}));
-    EXPECT_EQ(byte, 9);
-    EXPECT_EQ(chan, 0xEE);
-    EXPECT_EQ(ipmb().waiting(2), 1U);
-    EXPECT_EQ(output(), "");
-}
-
 // ---- send ----
 
 TEST_P(IpmbFamilyTest, SendsAMessage)
@@ -453,23 +432,6 @@ TEST_F(IpmbTest, SendsOnChannelZeroToo)
     EXPECT_EQ(ipmb_write(0, message, 1, 0), 6);
     EXPECT_EQ(ipmb().channel(0).received, (std::vector<Bytes>{{4}}));
     EXPECT_TRUE(ipmb().channel(1).received.empty());
-}
-
-TEST_F(IpmbTest, ChannelTwoSendWithoutMemory)
-{
-    if (!AllocationFault::possible()) {
-        GTEST_SKIP() << "not with this allocator";
-    }
-    const Bytes message(254);
-    {
-        const AllocationFault fault;
-        EXPECT_EQ(ipmb_sm_write(2, message.data(), 254, 0), 5);
-        EXPECT_EQ(fault.refused(), 259U);
-        EXPECT_EQ(ipmb_sm_write(2, message.data(), 1, 0), 5);
-        EXPECT_EQ(fault.refused(), 64U) << "no less than the count that the driver is given";
-    }
-    EXPECT_TRUE(board.trace.of(Operation::write).empty());
-    EXPECT_EQ(output(), "");
 }
 
 // ---- reset ----
