@@ -48,7 +48,8 @@ Board::Board(const Personality &personality, Clock::Mode mode)
       host_(std::make_unique<Host>(clock, *cpld_, *fpga_)), ipmb_(*fpga_), sol_(clock, *fpga_),
       black_box_(*fpga_), rtc_(std::make_shared<Rtc>(clock)), adc_(std::make_shared<Adc>(0)),
       spi_(std::make_shared<Spi>([this](bool level) { gpio_.line(fpga_done_line).level = level; })),
-      uart_(std::make_shared<Uart>(0)), wall_clock_(clock),
+      uart_(std::make_shared<Uart>(0)), wall_clock_(clock), cpus_(*cpld_), disks_(clock, *cpld_),
+      leds_(*cpld_), bios_switch_(*cpld_), slot_(*fpga_),
       fpga_i2c_(*fpga_, clock, {&i2c_[0], &i2c_[1]}), raid_expander_(std::make_shared<Pca9555>()),
       inlet_sensor_(std::make_shared<TemperatureSensor>()),
       peci_bridge_(std::make_shared<PeciBridge>())
@@ -67,6 +68,7 @@ Board::Board(const Personality &personality, Clock::Mode mode)
         cpld_->set(CPLD_REG_POWER_STATE, CPLD_POWER_GOOD);
         cpld_->set(CPLD_REG_CHIPSET, CPLD_CHIPSET_STATUS);
     }
+    fit(personality);
     attach("/dev/ipmc_cpld", cpld_);
     attach("/dev/ipmc_fpga", fpga_);
     attach("/dev/rtc", rtc_);
@@ -80,6 +82,40 @@ Board::Board(const Personality &personality, Clock::Mode mode)
 }
 
 Board::~Board() = default;
+
+// What is plugged into the board.
+void Board::fit(const Personality &personality)
+{
+    for (unsigned socket = 0; socket < Cpus::sockets; ++socket) {
+        if (personality.cpus_fitted[socket]) {
+            cpus_.fit(socket, personality.cpu_generation);
+        }
+    }
+    for (unsigned bay = 0; bay < Disks::bays; ++bay) {
+        if (personality.disks_fitted[bay]) {
+            disks_.insert(bay);
+        }
+    }
+    const auto &ports = personality.hdd_backplane_ports;
+    const struct {
+        uint8_t offset;
+        int value;
+    } registers[] = {
+        {CPLD_REG_HDD_BACKPLANE_01, ports[0] << 4 | ports[1]},
+        {CPLD_REG_HDD_BACKPLANE_2, ports[2] << 4},
+        {CPLD_REG_BOARD_2, personality.board_2_pcb_version << 4},
+        {CPLD_REG_BOARD_3, personality.board_3_pcb_version << 4 | personality.board_3_id},
+        {CPLD_REG_BOARD_6, personality.board_6_fitted ? CPLD_BOARD_6_PRESENT : 0},
+        {CPLD_REG_AMC_PRESENCE, personality.amc_modules},
+        {CPLD_REG_SERIAL_ROUTING, personality.serial_route},
+    };
+    for (const auto &row : registers) {
+        cpld_->set(row.offset, static_cast<uint8_t>(row.value));
+    }
+    slot_.set_number(personality.slot_number);
+    slot_.base_board_id = personality.base_board_id;
+    slot_.blade_pcb_version = personality.blade_pcb_version;
+}
 
 // Every chip as the board is built; tests and people plug and pull more.
 void Board::plug_chips()
@@ -229,8 +265,10 @@ long Board::read(OpenFile &file, void *buffer, size_t count)
         return file.device->read(file, buffer, allowed);
     });
     if (result > 0 && result <= 9999) {
-        // Register reads answer four bytes into a call that asked for one.
-        event.answer = bytes_of(buffer, std::min(static_cast<size_t>(result), trace_max));
+        // Register reads answer four bytes into a call that asked for one; a
+        // result that a fault made up says nothing about the buffer.
+        const size_t owned = std::max(count, event.bytes.size());
+        event.answer = bytes_of(buffer, std::min({static_cast<size_t>(result), owned, trace_max}));
     }
     return finish(std::move(event), result);
 }
@@ -339,6 +377,7 @@ void Board::loaded(uint32_t offset)
     Event event = this->event(Operation::load, cpld_->name(), offset, 1);
     event.result = cpld_->get(offset);
     trace.add(std::move(event));
+    cpld_->loaded(offset);
 }
 
 void Board::stored(uint32_t offset, uint8_t before)

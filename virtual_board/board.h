@@ -18,6 +18,7 @@
 #include <vector>
 
 #include "virtual_board/adc.h"
+#include "virtual_board/bios_switch.h"
 #include "virtual_board/black_box.h"
 #include "virtual_board/chips/eeprom_24c.h"
 #include "virtual_board/chips/pca9555.h"
@@ -25,7 +26,9 @@
 #include "virtual_board/chips/temperature_sensor.h"
 #include "virtual_board/clock.h"
 #include "virtual_board/cpld.h"
+#include "virtual_board/cpus.h"
 #include "virtual_board/device.h"
+#include "virtual_board/disks.h"
 #include "virtual_board/fault.h"
 #include "virtual_board/fpga.h"
 #include "virtual_board/fpga_i2c.h"
@@ -33,9 +36,11 @@
 #include "virtual_board/host.h"
 #include "virtual_board/i2c_bus.h"
 #include "virtual_board/ipmb.h"
+#include "virtual_board/leds.h"
 #include "virtual_board/modules.h"
 #include "virtual_board/personality.h"
 #include "virtual_board/rtc.h"
+#include "virtual_board/slot.h"
 #include "virtual_board/sol.h"
 #include "virtual_board/spi.h"
 #include "virtual_board/trace.h"
@@ -70,6 +75,11 @@ public:
     Uart &uart() { return *uart_; }
     Modules &modules() { return modules_; }
     WallClock &wall_clock() { return wall_clock_; }
+    Cpus &cpus() { return cpus_; }
+    Disks &disks() { return disks_; }
+    const Leds &leds() const { return leds_; }
+    BiosSwitch &bios_switch() { return bios_switch_; }
+    Slot &slot() { return slot_; }
     // Channels 0 and 1 belong to the FPGA, 2 is /dev/i2c-0.
     I2cBus &i2c(unsigned channel);
     FpgaI2c &fpga_i2c() { return fpga_i2c_; }
@@ -135,6 +145,7 @@ public:
     void after_fork() { lock_.unlock(); }
 
 private:
+    void fit(const Personality &personality);
     void plug_chips();
     std::shared_ptr<Device> find(std::string_view path);
     Event event(Operation operation, std::string device, uint32_t address, uint64_t count) const;
@@ -157,6 +168,11 @@ private:
     std::shared_ptr<Uart> uart_;
     Modules modules_;
     WallClock wall_clock_;
+    Cpus cpus_;
+    Disks disks_;
+    Leds leds_;
+    BiosSwitch bios_switch_;
+    Slot slot_;
     std::array<I2cBus, 3> i2c_;
     FpgaI2c fpga_i2c_;
     std::shared_ptr<Pca9555> raid_expander_;

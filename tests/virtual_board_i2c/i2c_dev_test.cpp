@@ -103,9 +103,9 @@ TEST_F(I2cDevTest, TellsItsFunctions)
 {
     unsigned long functions = 0;
     EXPECT_EQ(call(I2C_FUNCS, &functions), 0);
-    for (const unsigned long function :
-         {I2C_FUNC_I2C, I2C_FUNC_SMBUS_QUICK, I2C_FUNC_SMBUS_BYTE, I2C_FUNC_SMBUS_BYTE_DATA,
-          I2C_FUNC_SMBUS_WORD_DATA, I2C_FUNC_SMBUS_BLOCK_DATA, I2C_FUNC_SMBUS_I2C_BLOCK}) {
+    for (const uint32_t function : std::initializer_list<uint32_t>{
+             I2C_FUNC_I2C, I2C_FUNC_SMBUS_QUICK, I2C_FUNC_SMBUS_BYTE, I2C_FUNC_SMBUS_BYTE_DATA,
+             I2C_FUNC_SMBUS_WORD_DATA, I2C_FUNC_SMBUS_BLOCK_DATA, I2C_FUNC_SMBUS_I2C_BLOCK}) {
         EXPECT_EQ(functions & function, function);
     }
     EXPECT_EQ(functions & (I2C_FUNC_10BIT_ADDR | I2C_FUNC_SMBUS_PEC), 0UL);
@@ -205,10 +205,16 @@ TEST_F(I2cDevTest, PlainTransfersGoToTheChosenSlave)
 
 TEST_F(I2cDevTest, EachOpenHasItsOwnSlave)
 {
-    const int other = open("/dev/i2c-0", O_RDWR);
+    int other = open("/dev/i2c-0", O_RDWR);
     EXPECT_EQ(choose(eeprom), 0);
     EXPECT_EQ(write(other, offset.data(), 2), -1);
+    EXPECT_EQ(ioctl(other, I2C_SLAVE, uintptr_t{sensor}), 0);
     EXPECT_EQ(write(fd, offset.data(), 2), 2);
+    EXPECT_EQ(read(other, two.data(), 2), 2);
+    EXPECT_EQ(two, (Bytes{0x19, 0x00})) << "the sensor's temperature";
+    close(other);
+    other = open("/dev/i2c-0", O_RDWR);
+    EXPECT_EQ(read(other, two.data(), 2), -1) << "a close forgets the slave";
     close(other);
 }
 
@@ -306,8 +312,9 @@ TEST_F(I2cDevTest, SmbusErrorsAreTheBusErrors)
 {
     i2c_smbus_data data = {};
     choose(nobody);
-    for (const uint32_t size : {I2C_SMBUS_BYTE, I2C_SMBUS_BYTE_DATA, I2C_SMBUS_WORD_DATA,
-                                I2C_SMBUS_BLOCK_DATA, I2C_SMBUS_I2C_BLOCK_DATA}) {
+    for (const uint32_t size :
+         std::initializer_list<uint32_t>{I2C_SMBUS_BYTE, I2C_SMBUS_BYTE_DATA, I2C_SMBUS_WORD_DATA,
+                                         I2C_SMBUS_BLOCK_DATA, I2C_SMBUS_I2C_BLOCK_DATA}) {
         EXPECT_EQ(smbus(I2C_SMBUS_READ, 0, size, &data), -ENXIO) << size;
         EXPECT_EQ(smbus(I2C_SMBUS_WRITE, 0, size, &data), -ENXIO) << size;
     }

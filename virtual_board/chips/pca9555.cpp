@@ -9,8 +9,8 @@ uint8_t Pca9555::pins(unsigned port) const
     return static_cast<uint8_t>((outside_[port] & inputs) | (driven & ~inputs));
 }
 
-// The input register shows the pins whatever their direction; an output
-// register shows what was written to it, not the pin.
+// The input register shows the pins whatever their direction, and nothing that
+// was written to it; an output register shows what was written, not the pin.
 uint8_t Pca9555::get(Register number) const
 {
     if (number > input_1) {
@@ -40,8 +40,7 @@ bool Pca9555::write(uint8_t byte)
         return true;
     }
     const Register number = step();
-    const bool lost = number <= input_1 || (number >= configuration_0 && configuration_lost_);
-    if (!lost) {
+    if (number < configuration_0 || !configuration_lost_) {
         registers_[number] = byte;
     }
     return true;
