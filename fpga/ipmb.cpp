@@ -11,8 +11,11 @@
 
 #include "board_hal.h"
 #include "common/fpga_driver.h"
+#include "support/byte_count.h"
 #include "support/byte_order.h"
 #include "support/heap_buffer.h"
+#include "support/not_fitted.h"
+#include "support/null_check.h"
 
 using namespace board_hal;
 
@@ -76,8 +79,7 @@ int take_message(const uint8_t *answer, uint8_t *buf, int32_t buf_size, uint8_t 
 {
     *chan_out = answer[0];
     const size_t length = std::min<size_t>(answer[1], message_max);
-    const size_t room = buf_size > 0 ? static_cast<size_t>(buf_size) : 0;
-    memcpy(buf, answer + receive_header, std::min(length, room));
+    memcpy(buf, answer + receive_header, std::min(length, count_of(buf_size)));
     return static_cast<int>(length);
 }
 
@@ -98,15 +100,10 @@ bool send_length_refused(int32_t len)
     return false;
 }
 
-constexpr size_t message_length(int32_t len)
-{
-    return len > 0 ? static_cast<size_t>(len) : 0;
-}
-
 int send(FpgaCommand command, uint8_t *record, int32_t chan, const uint8_t *msg, int32_t len,
          int32_t wait)
 {
-    const size_t length = message_length(len);
+    const size_t length = count_of(len);
     record[0] = command;
     record[1] = static_cast<uint8_t>(chan);
     record[2] = static_cast<uint8_t>(length);
@@ -132,8 +129,7 @@ int reset_refused()
 
 int status_get(bool chan_valid, int32_t chan, int32_t *status)
 {
-    if (status == nullptr) {
-        puts("invalid argument\r");
+    if (refused_null(status, "invalid argument\r")) {
         return -2;
     }
     if (!chan_valid) {
@@ -149,8 +145,7 @@ int status_get(bool chan_valid, int32_t chan, int32_t *status)
 
 int address_get(FpgaCommand command, uint8_t *addr)
 {
-    if (addr == nullptr) {
-        puts("invalid argument\r");
+    if (refused_null(addr, "invalid argument\r")) {
         return -2;
     }
     uint8_t record[] = {command};
@@ -180,8 +175,7 @@ extern "C" {
 
 int ipmb_read(uint8_t *buf, int32_t buf_size, uint8_t *chan_out, int32_t wait)
 {
-    if (buf == nullptr) {
-        puts("the obuffer paramter is invalid!!!");
+    if (refused_null(buf, "the obuffer paramter is invalid!!!")) {
         return -1;
     }
     uint8_t record[receive_area] = {};
@@ -194,8 +188,7 @@ int ipmb_read(uint8_t *buf, int32_t buf_size, uint8_t *chan_out, int32_t wait)
 
 int ipmb_sm_read(uint8_t *buf, int32_t buf_size, uint8_t *chan_out, int32_t wait)
 {
-    if (buf == nullptr) {
-        puts("the obuffer paramter is invalid!!!");
+    if (refused_null(buf, "the obuffer paramter is invalid!!!")) {
         return -1;
     }
     // Paces a polling caller; before the lock, so that a writer gets its turn.
@@ -212,8 +205,7 @@ int ipmb_sm_read(uint8_t *buf, int32_t buf_size, uint8_t *chan_out, int32_t wait
 
 int ipmb_write(int32_t chan, const uint8_t *msg, int32_t len, int32_t wait)
 {
-    if (msg == nullptr) {
-        puts("ibuffer is empty!!!");
+    if (refused_null(msg, "ibuffer is empty!!!")) {
         return -2;
     }
     if (static_cast<uint32_t>(chan) >= static_cast<uint32_t>(sm_channel)) {
@@ -230,8 +222,7 @@ int ipmb_write(int32_t chan, const uint8_t *msg, int32_t len, int32_t wait)
 
 int ipmb_sm_write(int32_t chan, const uint8_t *msg, int32_t len, int32_t wait)
 {
-    if (msg == nullptr) {
-        puts("ibuffer is empty!!!");
+    if (refused_null(msg, "ibuffer is empty!!!")) {
         return -2;
     }
     if (chan != sm_channel) {
@@ -243,7 +234,7 @@ int ipmb_sm_write(int32_t chan, const uint8_t *msg, int32_t len, int32_t wait)
     }
     const MutexGuard guard(ipmb_sm_lock);
     // Never shorter than the count that the driver is given.
-    const size_t size = std::max(send_header + message_length(len), send_count);
+    const size_t size = std::max(send_header + count_of(len), send_count);
     HeapBuffer record(size);
     if (!record) {
         return 5; // positive, deliberately: callers tell it from a driver error
@@ -348,64 +339,17 @@ int set_ipmb_l_enable(int32_t chan, uint32_t enable)
 
 // Not fitted on this board.
 
-int ipmb_l_read(uint8_t *, int32_t, uint8_t *, int32_t)
-{
-    return 0;
-}
-
-int ipmb_l_write(int32_t, const uint8_t *, int32_t, int32_t)
-{
-    return 0;
-}
-
-int set_ipmb_baud(int32_t, uint32_t)
-{
-    return 0;
-}
-
-int set_ipmb_l_baud(int32_t, uint32_t)
-{
-    return 0;
-}
-
-int set_ipmb_sm_baud(int32_t, uint32_t)
-{
-    return 0;
-}
-
-int get_ipmb_baud(int32_t, uint32_t *)
-{
-    return 0;
-}
-
-int get_ipmb_l_baud(int32_t, uint32_t *)
-{
-    return 0;
-}
-
-int get_ipmb_sm_baud(int32_t, uint32_t *)
-{
-    return 0;
-}
-
-int get_ipmb_l_enable(int32_t, uint8_t *)
-{
-    return 0;
-}
-
-int get_ipmb_sm_enable(int32_t, uint8_t *)
-{
-    return 0;
-}
-
-int set_ipmb_sm_enable(int32_t, uint8_t)
-{
-    return 0;
-}
-
-int ipmb_test(int32_t)
-{
-    return 0;
-}
+BOARD_HAL_NOT_FITTED(0, ipmb_l_read, uint8_t *, int32_t, uint8_t *, int32_t)
+BOARD_HAL_NOT_FITTED(0, ipmb_l_write, int32_t, const uint8_t *, int32_t, int32_t)
+BOARD_HAL_NOT_FITTED(0, set_ipmb_baud, int32_t, uint32_t)
+BOARD_HAL_NOT_FITTED(0, set_ipmb_l_baud, int32_t, uint32_t)
+BOARD_HAL_NOT_FITTED(0, set_ipmb_sm_baud, int32_t, uint32_t)
+BOARD_HAL_NOT_FITTED(0, get_ipmb_baud, int32_t, uint32_t *)
+BOARD_HAL_NOT_FITTED(0, get_ipmb_l_baud, int32_t, uint32_t *)
+BOARD_HAL_NOT_FITTED(0, get_ipmb_sm_baud, int32_t, uint32_t *)
+BOARD_HAL_NOT_FITTED(0, get_ipmb_l_enable, int32_t, uint8_t *)
+BOARD_HAL_NOT_FITTED(0, get_ipmb_sm_enable, int32_t, uint8_t *)
+BOARD_HAL_NOT_FITTED(0, set_ipmb_sm_enable, int32_t, uint8_t)
+BOARD_HAL_NOT_FITTED(0, ipmb_test, int32_t)
 
 } // extern "C"

@@ -4,6 +4,7 @@
 #include <stdint.h>
 
 #include "board_hal.h"
+#include "support/not_fitted.h"
 
 namespace {
 
@@ -25,8 +26,7 @@ int read_eeprom_data(int32_t chan, uint8_t addr, const uint8_t *tx, int32_t tx_l
     return i2c_write_read(chan, addr, tx, tx_len, rx, rx_len, delay_ms);
 }
 
-int write_eeprom_data(int32_t chan, uint8_t addr, const uint8_t *buf, int32_t len,
-                      int32_t delay_ms)
+int write_eeprom_data(int32_t chan, uint8_t addr, const uint8_t *buf, int32_t len, int32_t delay_ms)
 {
     return i2c_write(chan, addr, buf, len, delay_ms);
 }
@@ -58,79 +58,20 @@ int get_temp_rise(uint32_t, uint8_t *rise)
 
 // Not fitted on this board.
 
-int pmbus_read_array(uint32_t, uint32_t, uint8_t, uint8_t)
-{
-    return -1;
-}
-
-int pmbus_read_word(uint32_t, uint32_t, uint8_t)
-{
-    return -1;
-}
-
-int PMBusSlave_Crc8MakeBitwise(uint16_t, uint16_t, const uint8_t *, uint16_t)
-{
-    return 0;
-}
-
-int get_pmbus_ps_power(uint32_t, uint32_t, uint32_t *)
-{
-    return -1;
-}
-
-int get_pmbus_ps_info(uint32_t, uint32_t, uint8_t *)
-{
-    return -2;
-}
-
-int get_pmbus_ps_healthe(uint32_t, uint8_t *)
-{
-    return -2;
-}
-
-int get_psu_acok(uint32_t)
-{
-    return 0;
-}
-
-int get_psu_dcok(uint32_t)
-{
-    return 0;
-}
-
-int pmbus_fru_read_from_e2p(uint32_t)
-{
-    return 0;
-}
-
-int get_pmbus_psu_active_standby_mode(uint32_t, uint32_t, uint8_t *)
-{
-    return 0;
-}
-
-int set_pmbus_psu_active_standby_mode(uint32_t, uint32_t, uint8_t)
-{
-    return 0;
-}
-
-int read_ina220_12V(uint32_t *)
-{
-    return -1;
-}
-
-int read_temp_outlet(uint32_t *)
-{
-    return -1;
-}
-
-int read_sys_power(uint32_t *)
-{
-    return -1;
-}
-
-int get_gpu_temp(uint32_t, uint32_t, uint32_t, uint8_t *)
-{
-    return -1;
-}
+BOARD_HAL_NOT_FITTED(-1, pmbus_read_array, uint32_t, uint32_t, uint8_t, uint8_t)
+BOARD_HAL_NOT_FITTED(-1, pmbus_read_word, uint32_t, uint32_t, uint8_t)
+BOARD_HAL_NOT_FITTED(0, PMBusSlave_Crc8MakeBitwise, uint16_t, uint16_t, const uint8_t *, uint16_t)
+BOARD_HAL_NOT_FITTED(-1, get_pmbus_ps_power, uint32_t, uint32_t, uint32_t *)
+BOARD_HAL_NOT_FITTED(-2, get_pmbus_ps_info, uint32_t, uint32_t, uint8_t *)
+BOARD_HAL_NOT_FITTED(-2, get_pmbus_ps_healthe, uint32_t, uint8_t *)
+BOARD_HAL_NOT_FITTED(0, get_psu_acok, uint32_t)
+BOARD_HAL_NOT_FITTED(0, get_psu_dcok, uint32_t)
+BOARD_HAL_NOT_FITTED(0, pmbus_fru_read_from_e2p, uint32_t)
+BOARD_HAL_NOT_FITTED(0, get_pmbus_psu_active_standby_mode, uint32_t, uint32_t, uint8_t *)
+BOARD_HAL_NOT_FITTED(0, set_pmbus_psu_active_standby_mode, uint32_t, uint32_t, uint8_t)
+BOARD_HAL_NOT_FITTED(-1, read_ina220_12V, uint32_t *)
+BOARD_HAL_NOT_FITTED(-1, read_temp_outlet, uint32_t *)
+BOARD_HAL_NOT_FITTED(-1, read_sys_power, uint32_t *)
+BOARD_HAL_NOT_FITTED(-1, get_gpu_temp, uint32_t, uint32_t, uint32_t, uint8_t *)
 
 } // extern "C"

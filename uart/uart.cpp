@@ -12,6 +12,7 @@
 #include "board_hal.h"
 #include "common/fpga_driver.h"
 #include "support/mutex_guard.h"
+#include "support/not_fitted.h"
 
 using namespace board_hal;
 
@@ -316,14 +317,7 @@ void update_uart_baud(int32_t chan)
 
 // Not fitted on this board.
 
-int set_uart_status(int32_t, uint32_t, uint32_t)
-{
-    return 0;
-}
-
-int get_uart_status(int32_t, uint32_t, uint32_t *)
-{
-    return 0;
-}
+BOARD_HAL_NOT_FITTED(0, set_uart_status, int32_t, uint32_t, uint32_t)
+BOARD_HAL_NOT_FITTED(0, get_uart_status, int32_t, uint32_t, uint32_t *)
 
 } // extern "C"
