@@ -15,7 +15,6 @@ using namespace board_hal;
 
 namespace {
 
-constexpr char export_path[] = "/sys/class/gpio/export";
 constexpr char heartbeat_direction_path[] = "/sys/class/gpio/gpio95/direction";
 constexpr char heartbeat_value_path[] = "/sys/class/gpio/gpio95/value";
 
@@ -49,6 +48,7 @@ public:
     // Without the terminator. The result is not looked at: only a file that
     // does not open is an error.
     void write(const char *text) { fwrite(text, 1, strlen(text), file_); }
+    void read(char *level) { fread(level, 1, 1, file_); }
 
 private:
     FILE *file_;
@@ -88,6 +88,21 @@ int gpio_line_write(const char *path, const char *text)
     return 0;
 }
 
+int gpio_line_read(const char *path, char *level)
+{
+    if (path == nullptr || level == nullptr) {
+        puts("gpionum file is null or str is null.");
+        return -1;
+    }
+    GpioFile file(path, "rb+");
+    if (!file) {
+        puts("can not open gpionum file.");
+        return -1;
+    }
+    file.read(level);
+    return 0;
+}
+
 } // namespace board_hal
 
 extern "C" {
@@ -95,7 +110,7 @@ extern "C" {
 int gpio_init(void)
 {
     // A board without the lines still starts: the results do not count.
-    gpio_export_write(export_path, "95");
+    gpio_export_write(gpio_export_path, "95");
     gpio_line_write(heartbeat_direction_path, "out");
     return 0;
 }

@@ -8,6 +8,7 @@
 #define BOARD_HAL_H
 
 #include <stdint.h>
+#include <time.h>
 
 #if defined(__GNUC__)
 #define BOARD_HAL_API __attribute__((visibility("default")))
@@ -1140,6 +1141,33 @@ BOARD_HAL_API int get_pm_present(uint32_t which, uint8_t *val);
  * @{
  */
 
+/**
+ * Configures the FPGA from a bitstream file: exports GPIO 48 (output) and 96
+ * (input), runs "insmod /ko/load_fpga.ko", opens /dev/spi (mode 0, 8 bits, 50
+ * MHz), copies the file to /tmp/bmc_card.bit, sends it in transfers of 2000
+ * bytes and reads GPIO 96, which tells that the FPGA is configured ("load fpga
+ * successfully."). After a transfer attempt the copy is removed and "rmmod
+ * load_fpga" run. GPIO lines that cannot be reached and a failed copy are not
+ * errors by themselves.
+ *
+ * The SPI descriptor is never closed: every call that gets this far leaves one
+ * more open.
+ *
+ * @param path  the bitstream file.
+ * @return 0; -2 null @p path ("invalid argument\r"), the helper module did not
+ *         load ("gpio class init failed.") or the SPI device cannot be set up
+ *         ("open spi device fails.", "can't set spi mode.", "can't set bits per
+ *         word." or "can't set max speed hz.", then "sspi para set failed.");
+ *         -13 the copy is empty or missing ("Input para real_len(%ld) is
+ *         invalid.\n" with its size or -1), no memory ("malloc memory fails."),
+ *         the copy cannot be opened ("open fpga file fails."), a transfer
+ *         failed ("can't send spi message", without a newline), or GPIO 96 does
+ *         not read '1' or cannot be opened ("can not open gpionum file.").
+ * Locks: FPGA load lock, for the copy and the transfer.
+ * Blocking: the programs and the transfers, several seconds.
+ */
+BOARD_HAL_API int load_fpga(const char *path);
+
 /** @} */
 
 /* ======================================================================== */
@@ -1429,9 +1457,177 @@ BOARD_HAL_API int set_i2c_addr_config(int32_t chan, uint8_t config);
 /* ======================================================================== */
 /**
  * @defgroup ipmb IPMB channels
- * Whole IPMB messages on channels 0, 1 and 2.
+ * Whole IPMB messages on channels 0, 1 and 2. Channel 2 (sm) has operations of
+ * its own; the local (l) ones stand for those of channels 0 and 1.
  * @{
  */
+
+/**
+ * Receives one message from channel 0 or 1. Takes no lock, so that one reader
+ * may run beside a writer.
+ *
+ * @param buf       out: the message, cut to @p buf_size.
+ * @param buf_size  bytes in @p buf; 0 or below copies nothing.
+ * @param chan_out  out: channel that the message came in on; written with a
+ *                  message only, not checked for null.
+ * @param wait      passed to the driver; its low 16 bits count.
+ * @return the message's length, at most 254, also when @p buf is shorter; a
+ *         driver error above 9999 negated; any other result of 0 or below as it
+ *         is ("ipmb_read return %d %d %s\n" with it, errno and its text); -1
+ *         null @p buf ("the obuffer paramter is invalid!!!").
+ */
+BOARD_HAL_API int ipmb_read(uint8_t *buf, int32_t buf_size, uint8_t *chan_out, int32_t wait);
+
+/**
+ * Receives one message from channel 2. Arguments and results as ipmb_read(),
+ * but no message on a result of 0 or below, and positive 5 for no memory.
+ *
+ * Locks: IPMB sm lock. Blocking: 10 ms before the lock is taken, and for a
+ * channel 2 call of another thread.
+ */
+BOARD_HAL_API int ipmb_sm_read(uint8_t *buf, int32_t buf_size, uint8_t *chan_out, int32_t wait);
+
+/**
+ * Sends one message on channel 0 or 1.
+ *
+ * @param chan  0 or 1.
+ * @param msg   @p len bytes.
+ * @param len   at most 254; a negative length passes and sends an empty message.
+ * @param wait  passed to the driver; its low 16 bits count.
+ * @return the driver's count; a driver error above 9999 negated, a negative
+ *         result as it is; -2 null @p msg ("ibuffer is empty!!!"), other
+ *         @p chan ("ipmb_write: chan is not a valid paramter!!") or @p len 255
+ *         or above ("len is a invalid argument: %d\r\n"), without lock.
+ * Locks: IPMB lock.
+ */
+BOARD_HAL_API int ipmb_write(int32_t chan, const uint8_t *msg, int32_t len, int32_t wait);
+
+/**
+ * Sends one message on channel 2.
+ *
+ * @param chan  2.
+ * @return as ipmb_write(), with "ipmb_sm_write: chan is not a valid
+ *         paramter!!"; positive 5 no memory.
+ * Locks: IPMB sm lock.
+ */
+BOARD_HAL_API int ipmb_sm_write(int32_t chan, const uint8_t *msg, int32_t len, int32_t wait);
+
+/**
+ * Resets channel 0 or 1.
+ *
+ * @param chan  0 or 1; a negative channel passes, its low byte is sent.
+ * @return 0; -5 the driver answered below 0; -2 @p chan 2 or above
+ *         ("ipmb_reset: chan is not a valid paramter!!"), without lock.
+ * Locks: FPGA request lock.
+ */
+BOARD_HAL_API int ipmb_reset(int32_t chan);
+
+/** Resets channel 2 (@p chan 2). Results and message as ipmb_reset(), any other
+ *  channel gives -2. */
+BOARD_HAL_API int ipmb_sm_reset(int32_t chan);
+
+/**
+ * Status of channel 0 or 1.
+ *
+ * @param chan    0 or 1.
+ * @param status  out: 0, or -10001 to -10005 for the first of bits 7, 6, 5, 4
+ *                and 2 of the FPGA's status byte that is set; 0 also with -5.
+ * @return 0; -5 the driver answered other than 0; -2 null @p status ("invalid
+ *         argument\r") or other @p chan ("ipmb_query_status: chan is not a
+ *         valid paramter!!"), without lock.
+ * Locks: FPGA request lock.
+ */
+BOARD_HAL_API int get_ipmb_status(int32_t chan, int32_t *status);
+
+/** Status of channel 2 (@p chan 2). Arguments and results as get_ipmb_status(). */
+BOARD_HAL_API int get_ipmb_sm_status(int32_t chan, int32_t *status);
+
+/**
+ * The controller's own slave address on channels 0 and 1.
+ *
+ * @param addr  out: the address in 8-bit form.
+ * @return 0; -5 the driver answered below 0; -2 null ("invalid argument\r"),
+ *         without lock.
+ * Locks: FPGA request lock.
+ */
+BOARD_HAL_API int get_ipmb_addr_config(uint8_t *addr);
+
+/** Own slave address on channel 2. Results as get_ipmb_addr_config(). */
+BOARD_HAL_API int get_ipmb_sm_addr_config(uint8_t *addr);
+
+/**
+ * Sets the controller's own slave address on channels 0 and 1.
+ *
+ * @param addr   the address in 8-bit form, even.
+ * @param spare  ignored.
+ * @return 0; -5 the driver answered other than 0; -2 odd @p addr ("address is a
+ *         invalid argument\r"), without lock.
+ * Locks: FPGA request lock.
+ */
+BOARD_HAL_API int set_ipmb_addr_config(uint8_t addr, uint8_t spare);
+
+/** Sets the own slave address on channel 2. Arguments and results as
+ *  set_ipmb_addr_config(). */
+BOARD_HAL_API int set_ipmb_sm_addr_config(uint8_t addr, uint8_t spare);
+
+/**
+ * Whether channel 0 or 1 is enabled.
+ *
+ * @param chan     0 or 1.
+ * @param enabled  out: 0, or 1 << @p chan (2 for channel 1); overwritten also
+ *                 when the read failed.
+ * @return 0; -5 the driver answered other than 0; -2 other @p chan or null
+ *         @p enabled, without message or lock.
+ * Locks: IPMB lock.
+ */
+BOARD_HAL_API int get_ipmb_enable(int32_t chan, uint8_t *enabled);
+
+/**
+ * Enables or disables a channel.
+ *
+ * @param chan    0, 1 or 2.
+ * @param enable  0 disables, any other value enables.
+ * @return 0; -5 the driver answered other than 0; -2 other @p chan ("chan %d
+ *         num out of range\r\n"), without lock.
+ * Locks: IPMB lock.
+ */
+BOARD_HAL_API int set_ipmb_enable(int32_t chan, uint8_t enable);
+
+/** Calls ipmb_reset(). */
+BOARD_HAL_API int ipmb_l_reset(int32_t chan);
+/** Calls get_ipmb_status(). */
+BOARD_HAL_API int get_ipmb_l_status(int32_t chan, int32_t *status);
+/** Calls get_ipmb_addr_config(). */
+BOARD_HAL_API int get_ipmb_l_addr_config(uint8_t *addr);
+/** Calls set_ipmb_addr_config() with the low byte of each argument. */
+BOARD_HAL_API int set_ipmb_l_addr_config(uint32_t addr, uint32_t spare);
+/** Calls set_ipmb_enable() with the low byte of @p enable. */
+BOARD_HAL_API int set_ipmb_l_enable(int32_t chan, uint32_t enable);
+
+/** Not fitted on this board. @return 0. */
+BOARD_HAL_API int ipmb_l_read(uint8_t *buf, int32_t buf_size, uint8_t *chan_out, int32_t wait);
+/** Not fitted on this board. @return 0. */
+BOARD_HAL_API int ipmb_l_write(int32_t chan, const uint8_t *msg, int32_t len, int32_t wait);
+/** Not fitted on this board. @return 0. */
+BOARD_HAL_API int set_ipmb_baud(int32_t chan, uint32_t baud);
+/** Not fitted on this board. @return 0. */
+BOARD_HAL_API int set_ipmb_l_baud(int32_t chan, uint32_t baud);
+/** Not fitted on this board. @return 0. */
+BOARD_HAL_API int set_ipmb_sm_baud(int32_t chan, uint32_t baud);
+/** Not fitted on this board. @return 0. */
+BOARD_HAL_API int get_ipmb_baud(int32_t chan, uint32_t *baud);
+/** Not fitted on this board. @return 0. */
+BOARD_HAL_API int get_ipmb_l_baud(int32_t chan, uint32_t *baud);
+/** Not fitted on this board. @return 0. */
+BOARD_HAL_API int get_ipmb_sm_baud(int32_t chan, uint32_t *baud);
+/** Not fitted on this board. @return 0. */
+BOARD_HAL_API int get_ipmb_l_enable(int32_t chan, uint8_t *enabled);
+/** Not fitted on this board. @return 0. */
+BOARD_HAL_API int get_ipmb_sm_enable(int32_t chan, uint8_t *enabled);
+/** Not fitted on this board. @return 0. */
+BOARD_HAL_API int set_ipmb_sm_enable(int32_t chan, uint8_t enable);
+/** Not fitted on this board. @return 0. */
+BOARD_HAL_API int ipmb_test(int32_t chan);
 
 /** @} */
 
@@ -1552,9 +1748,84 @@ BOARD_HAL_API int reserved_ram_write(int32_t offset, const uint8_t *data, int32_
 /* ======================================================================== */
 /**
  * @defgroup sol SOL and black box
- * Streams that the host fills and the controller fetches word by word.
+ * Streams that the host fills and the controller fetches word by word. Each
+ * register access takes the FPGA register lock; no lock spans a sequence, so a
+ * caller must not run two fetches of one stream at once.
  * @{
  */
+
+/**
+ * Length of the serial data that waits in the FPGA. Releases a fetch that was
+ * under way.
+ *
+ * @param len  out: bytes; null gives -5. Overwritten also when the register
+ *             read failed.
+ * @return 0; -9 no data (@p len is 0); -5 register access failed.
+ */
+BOARD_HAL_API int get_sol_data_length(uint32_t *len);
+
+/**
+ * Starts a fetch: releases an old one, reads length and offset, and enables the
+ * transfer. Then get_sol_data() for each word and set_sol_data_done().
+ *
+ * @param len     out: bytes; null gives -5.
+ * @param offset  out: where the data begins in the FPGA's buffer; null gives -5.
+ * @return 0; -9 no data (@p len is 0, no message); -5 a step failed: "Set lpc
+ *         clear failed.", "Get lpc data length failed.", "Get lpc data offset
+ *         failed.", "Set lpc data offset failed.", "Set lpc data enable
+ *         failed.", or not ready after 10 us ("\nret=%d ready=%d Get lpc data
+ *         not ready.\n" with the result of the read and the ready register).
+ *         Steps that were done are not undone.
+ * Blocking: 10 us.
+ */
+BOARD_HAL_API int get_sol_data_prepare(uint32_t *len, uint32_t *offset);
+
+/** Fetches the next word of serial data. @return 0; -5 read failed or null. */
+BOARD_HAL_API int get_sol_data(uint32_t *word);
+
+/** Ends a fetch of serial data. @return 0; -5 write failed. */
+BOARD_HAL_API int set_sol_data_done(void);
+
+/**
+ * Starts a fetch from the black box. Then get_blackbox_data() for each word and
+ * set_blackbox_data_done(). Nothing is retried or waited for.
+ *
+ * @param first,second  fetch parameters, passed to the FPGA.
+ * @return 0; -5 a register write failed (no message) or the data is not ready
+ *         ("Get from FPGA not ready!").
+ */
+BOARD_HAL_API int get_blackbox_data_prepare(uint32_t first, uint32_t second);
+
+/** Fetches the next word of the black box. @return 0; -5 read failed or null. */
+BOARD_HAL_API int get_blackbox_data(uint32_t *word);
+
+/** Ends a fetch from the black box. @return 0; -5 write failed. */
+BOARD_HAL_API int set_blackbox_data_done(void);
+
+/**
+ * Whether the black box holds data: a flag, despite the name.
+ *
+ * @param present  out: 1 or 0; not checked for null.
+ * @return 0; -5 read failed.
+ */
+BOARD_HAL_API int get_blackbox_data_lenth(uint32_t *present);
+
+/**
+ * Switches the black box on or off. A read-modify-write without a lock over it.
+ *
+ * @param enable  1 on, any other value off.
+ * @return 0; -5 register access failed.
+ */
+BOARD_HAL_API int set_blackbox_status(uint32_t enable);
+
+/**
+ * Whether the black box is on.
+ *
+ * @param enabled  out: 1 if either of its two enable bits is set, else 0; not
+ *                 checked for null.
+ * @return 0; -5 read failed.
+ */
+BOARD_HAL_API int get_blackbox_status(uint32_t *enabled);
 
 /** @} */
 
@@ -1564,6 +1835,81 @@ BOARD_HAL_API int reserved_ram_write(int32_t offset, const uint8_t *data, int32_
  * CPU temperatures, the clock and the battery voltage.
  * @{
  */
+
+/**
+ * Sets up the PECI bridge: writes its four set-up registers and reads each one
+ * back. Not atomic; the I2C lock is taken per transfer.
+ *
+ * @return 0; -5 a transfer failed; -13 a register reads back wrong. Stops at
+ *         the first failure.
+ * Blocking: the transfers and their delays, 200, 100, 100 and 100 ms for the
+ * writes and 20 ms for each read-back.
+ */
+BOARD_HAL_API int peci_init(void);
+
+/**
+ * Reads a register of the PECI bridge.
+ *
+ * @param reg    0 to 19.
+ * @param value  out: low byte of the answer.
+ * @return 1; -5 the transfer failed or the bridge reports an error (0x8000 to
+ *         0x81FF); -2 null @p value ("obuffer is empty,please allocate
+ *         memory!!") or @p reg 20 or above ("6618 command out of range\r").
+ * Locks: the I2C lock. Blocking: the transfer and its delay of 20 ms.
+ */
+BOARD_HAL_API int peci_read(uint8_t reg, uint8_t *value);
+
+/**
+ * Reads the real-time clock, which holds local time. Takes no lock.
+ *
+ * @param t  in: any time, a starting value for the driver's record; out:
+ *           seconds since the epoch. Not checked for null.
+ * @return 0; -5 the starting value has no date ("call localtime return null!")
+ *         or the read failed ("get rtc time error").
+ */
+BOARD_HAL_API int get_rtc_time(time_t *t);
+
+/**
+ * Sets the real-time clock to the local time of @p t. Takes no lock.
+ *
+ * @param t  seconds since the epoch.
+ * @return the driver's result, 0; -2 it refused, or @p t has no date ("set rtc
+ *         time error").
+ */
+BOARD_HAL_API int set_rtc_time(time_t t);
+
+/**
+ * Sets the system clock from the real-time clock; the microseconds and the time
+ * zone are kept. Takes no lock.
+ *
+ * @return 0, also when the system clock cannot be set; -5 the real-time clock
+ *         cannot be read (the message of get_rtc_time(), then "get rtc time
+ *         error").
+ */
+BOARD_HAL_API int synch_rtc_to_sys(void);
+
+/**
+ * Opens /dev/spear_adc<n> into dev_handle_adc and configures it. There is no
+ * clean operation.
+ *
+ * @param n  number of the device.
+ * @return 0, also when it was open before ("adc already init\r") or when a
+ *         configuration request failed ("adc_config:ioctl" or
+ *         "adc_channel_config:ioctl" on standard error, "\nerror number=%d\r\n"
+ *         with errno); -4 another adc_init() is running ("adc_init: adc device
+ *         already opened"); -3 open failed ("adc_init:open " on standard error,
+ *         "\nadc_init: cann't open device(%s), dev_handle_adc=%d,\n").
+ * Locks: ADC lock, without waiting for the opening.
+ */
+BOARD_HAL_API int adc_init(uint8_t n);
+
+/**
+ * Samples the battery. Takes no lock.
+ *
+ * @param raw  out: the converter's code, not scaled.
+ * @return the driver's result, 0 or above; -5 it was negative; -1 null.
+ */
+BOARD_HAL_API int get_battery_voltage(uint32_t *raw);
 
 /** @} */
 
@@ -1678,6 +2024,76 @@ BOARD_HAL_API int get_nic_card_pcb_ver(uint8_t *ver);
  * EEPROM pass-through, inlet temperature and the PMBus entry points.
  * @{
  */
+
+/** Where an inlet temperature sensor is. */
+typedef struct inlet_temp_sensor {
+    uint32_t chan; /**< I2C channel */
+    uint32_t addr; /**< slave address, 8-bit form */
+} inlet_temp_sensor;
+
+/** Inlet temperature sensors, sensor 1 first: channel 2, address 0x90. */
+BOARD_HAL_API extern inlet_temp_sensor inlet_temp_addr[1];
+
+/** Reads from an EEPROM: i2c_write_read(), with its arguments, results, locks
+ *  and delays. */
+BOARD_HAL_API int read_eeprom_data(int32_t chan, uint8_t addr, const uint8_t *tx, int32_t tx_len,
+                                   uint8_t *rx, int32_t rx_len, int32_t delay_ms);
+
+/** Writes to an EEPROM: i2c_write(), with its arguments, results, locks and
+ *  delays. */
+BOARD_HAL_API int write_eeprom_data(int32_t chan, uint8_t addr, const uint8_t *buf, int32_t len,
+                                    int32_t delay_ms);
+
+/**
+ * Temperature at the air inlet.
+ *
+ * @param sensor  1.
+ * @param temp    out: degrees, 0 to 255.
+ * @return 0; -1 the transfer moved nothing; -2 null @p temp or other @p sensor.
+ * Locks: the I2C lock. Blocking: the transfer and its delay of 100 ms.
+ */
+BOARD_HAL_API int read_temp_inlet(uint8_t sensor, uint32_t *temp);
+
+/**
+ * Temperature rise: always 0.
+ *
+ * @param id    ignored.
+ * @param rise  out: 0; not checked for null.
+ * @return 0.
+ */
+BOARD_HAL_API int get_temp_rise(uint32_t id, uint8_t *rise);
+
+/** Not fitted on this board. @return -1. */
+BOARD_HAL_API int pmbus_read_array(uint32_t device, uint32_t bus, uint8_t reg, uint8_t count);
+/** Not fitted on this board. @return -1. */
+BOARD_HAL_API int pmbus_read_word(uint32_t device, uint32_t bus, uint8_t reg);
+/** Not fitted on this board. @return 0. */
+BOARD_HAL_API int PMBusSlave_Crc8MakeBitwise(uint16_t crc, uint16_t polynomial, const uint8_t *data,
+                                             uint16_t len);
+/** Not fitted on this board. @return -1. */
+BOARD_HAL_API int get_pmbus_ps_power(uint32_t psu, uint32_t which, uint32_t *val);
+/** Not fitted on this board. @return -2. */
+BOARD_HAL_API int get_pmbus_ps_info(uint32_t psu, uint32_t which, uint8_t *val);
+/** Not fitted on this board. @return -2. */
+BOARD_HAL_API int get_pmbus_ps_healthe(uint32_t psu, uint8_t *val);
+/** Not fitted on this board. @return 0. */
+BOARD_HAL_API int get_psu_acok(uint32_t psu);
+/** Not fitted on this board. @return 0. */
+BOARD_HAL_API int get_psu_dcok(uint32_t psu);
+/** Not fitted on this board. @return 0. */
+BOARD_HAL_API int pmbus_fru_read_from_e2p(uint32_t psu);
+/** Not fitted on this board. @return 0. */
+BOARD_HAL_API int get_pmbus_psu_active_standby_mode(uint32_t psu, uint32_t which, uint8_t *mode);
+/** Not fitted on this board. @return 0. */
+BOARD_HAL_API int set_pmbus_psu_active_standby_mode(uint32_t psu, uint32_t which, uint8_t mode);
+/** Not fitted on this board. @return -1. */
+BOARD_HAL_API int read_ina220_12V(uint32_t *val);
+/** Not fitted on this board. @return -1. */
+BOARD_HAL_API int read_temp_outlet(uint32_t *temp);
+/** Not fitted on this board. @return -1. */
+BOARD_HAL_API int read_sys_power(uint32_t *val);
+/** Not fitted on this board. @return -1. */
+BOARD_HAL_API int get_gpu_temp(uint32_t slot, uint32_t gpu, uint32_t which, uint8_t *temp);
 
 /** @} */
 
@@ -2166,6 +2582,110 @@ BOARD_HAL_API int get_bios_print_flag(void);
  * The controller's serial port.
  * @{
  */
+
+/**
+ * Puts a terminal into raw mode: none of its earlier attributes is kept, reads
+ * return at once with what is there, pending input is discarded. Prints "set
+ * done!" when it succeeds. Takes no lock.
+ *
+ * @param fd      descriptor of the terminal.
+ * @param speed   2400, 4800, 9600, 19200, 38400, 57600 or 115200 bit/s; any
+ *                other rate gives 9600.
+ * @param bits    data bits, 7 or 8; any other count gives 5.
+ * @param parity  'N' none, 'O' odd or 'E' even, both with input checking and
+ *                stripping to 7 bits; any other character is as 'N'.
+ * @param stop    stop bits, 1 or 2; any other count is as 1.
+ * @return 0; -1 not a terminal ("SetupSerial fail" on standard error) or the
+ *         attributes cannot be set ("com set error" on standard error).
+ */
+BOARD_HAL_API int set_opt(int32_t fd, int32_t speed, int32_t bits, char parity, int32_t stop);
+
+/**
+ * Opens the serial port of a channel, blocking, without making it the
+ * controlling terminal. Prints "open %s .....\n" with its path, "fcntl=%d\n" or
+ * "fcntl failed!", then "isatty success!" or "standard input is not a terminal
+ * device" (about standard input), and "fd-open=%d\n". Takes no lock.
+ *
+ * @param chan  0.
+ * @return the new descriptor; -1 other @p chan, or open failed ("Can't Open
+ *         Serial Port" on standard error).
+ */
+BOARD_HAL_API int open_port(int32_t chan);
+
+/**
+ * Opens a channel into serial_handle and sets it to the rate that the FPGA
+ * prescribes, 8 data bits, no parity, 1 stop bit. Prescribed rates without a
+ * terminal speed (7200, 3600) give 9600.
+ *
+ * @param chan  0.
+ * @param baud  ignored.
+ * @return the channel's descriptor; -2 other @p chan ("uart_init: arg chan is
+ *         invalid [%d]\n"); -3 the FPGA does not tell its divisor ("get baud
+ *         rate fails.") or the port cannot be opened ("uart_init: cann't open
+ *         uart%d\n"); -4 already open ("uart_init: serial device already
+ *         opened"); -5 the port cannot be set ("uart_init: cann't setup uart%d
+ *         baud\n"). After -5 the descriptor stays open in serial_handle, but
+ *         the channel counts as closed: a further call opens it again.
+ * Locks: takes the UART open lock without waiting and keeps it on success.
+ */
+BOARD_HAL_API int uart_init(int32_t chan, int32_t baud);
+
+/**
+ * Closes serial_handle, sets it to -1 and releases the UART open lock. Does not
+ * test whether the channel is open: before the first uart_init() it closes
+ * descriptor 0.
+ *
+ * @param chan  0; nothing happens for other channels.
+ * @return the result of releasing the lock, 0 normally.
+ */
+BOARD_HAL_API int uart_close(int32_t chan);
+
+/**
+ * Reads what has arrived.
+ *
+ * @param chan  0.
+ * @param buf   out: at least @p len bytes.
+ * @return bytes read, 0 if there are none; -1 read failed (errno is set); -2
+ *         other @p chan or null @p buf.
+ * Locks: UART input/output lock.
+ */
+BOARD_HAL_API int uart_read(int32_t chan, uint8_t *buf, uint32_t len);
+
+/**
+ * Writes up to @p len bytes; a short count is not retried.
+ *
+ * @param chan  0.
+ * @param buf   @p len bytes.
+ * @return bytes written; -1 write failed (errno is set); -2 other @p chan or
+ *         null @p buf.
+ * Locks: UART input/output lock. Blocking: until the port takes the bytes.
+ */
+BOARD_HAL_API int uart_write(int32_t chan, const uint8_t *buf, uint32_t len);
+
+/**
+ * Rate in force. Takes no lock.
+ *
+ * @param chan  0.
+ * @return the rate in bit/s; 0 unknown speed; -2 other @p chan; -3 not open; -5
+ *         attributes cannot be read.
+ */
+BOARD_HAL_API int get_current_baud(int32_t chan);
+
+/**
+ * Follows a change of the FPGA's prescribed rate without reopening; everything
+ * else of the port is kept. Asks the FPGA through a descriptor of its own.
+ * Knows the divisors 1, 2, 3, 6, 12, 24 and 48; any other one, a failure, or an
+ * unchanged rate changes nothing, silently but for "com set error" on standard
+ * error when the rate cannot be set. Takes no lock.
+ *
+ * @param chan  0; nothing happens for other channels.
+ */
+BOARD_HAL_API void update_uart_baud(int32_t chan);
+
+/** Not fitted on this board. @return 0. */
+BOARD_HAL_API int set_uart_status(int32_t chan, uint32_t which, uint32_t val);
+/** Not fitted on this board. @return 0. */
+BOARD_HAL_API int get_uart_status(int32_t chan, uint32_t which, uint32_t *val);
 
 /** @} */
 

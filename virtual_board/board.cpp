@@ -14,17 +14,11 @@ namespace virtual_board {
 
 namespace {
 
-// A node that opens and does nothing else.
-class BareNode : public Device {
-public:
-    using Device::Device;
-};
-
 // Everything below these is the board's; a name is matched up to its number.
 constexpr std::string_view board_devices[] = {
     "/dev/ipmc_", "/dev/i2c-", "/dev/rtc", "/dev/spear_adc", "/dev/spi", "/dev/ttyS", "/dev/mtd",
 };
-constexpr std::string_view board_trees[] = {Gpio::root, "/ko/"};
+constexpr std::string_view board_trees[] = {Gpio::root, Modules::root};
 
 // Slave addresses in 7-bit form.
 constexpr uint8_t eeprom_address = 0xA0 >> 1;
@@ -42,6 +36,9 @@ std::vector<uint8_t> bytes_of(const void *data, size_t count)
     return {bytes, bytes + count};
 }
 
+// Input of the controller that tells that the FPGA has started.
+constexpr int fpga_done_line = 96;
+
 // Longest piece of a transfer that a trace keeps.
 constexpr size_t trace_max = 512;
 
@@ -49,7 +46,10 @@ constexpr size_t trace_max = 512;
 
 Board::Board(const Personality &personality, Clock::Mode mode)
     : clock(mode), cpld_(std::make_shared<Cpld>()), fpga_(std::make_shared<Fpga>(clock)),
-      host_(std::make_unique<Host>(clock, *cpld_, *fpga_)), cpus_(*cpld_), disks_(clock, *cpld_),
+      host_(std::make_unique<Host>(clock, *cpld_, *fpga_)), ipmb_(*fpga_), sol_(clock, *fpga_),
+      black_box_(*fpga_), rtc_(std::make_shared<Rtc>(clock)), adc_(std::make_shared<Adc>(0)),
+      spi_(std::make_shared<Spi>([this](bool level) { gpio_.line(fpga_done_line).level = level; })),
+      uart_(std::make_shared<Uart>(0)), wall_clock_(clock), cpus_(*cpld_), disks_(clock, *cpld_),
       leds_(*cpld_), bios_switch_(*cpld_), slot_(*fpga_),
       fpga_i2c_(*fpga_, clock, {&i2c_[0], &i2c_[1]}), raid_expander_(std::make_shared<Pca9555>()),
       inlet_sensor_(std::make_shared<TemperatureSensor>()),
@@ -72,9 +72,14 @@ Board::Board(const Personality &personality, Clock::Mode mode)
     fit(personality);
     attach("/dev/ipmc_cpld", cpld_);
     attach("/dev/ipmc_fpga", fpga_);
+    attach("/dev/rtc", rtc_);
+    attach("/dev/spear_adc0", adc_);
+    attach("/dev/spi", spi_);
+    attach("/dev/ttyS0", uart_);
+    modules_.add("load_fpga", [this] { spi_->await_bitstream(); });
+    modules_.add("m25p80");
     plug_chips();
     attach("/dev/i2c-0", std::make_shared<I2cDev>("i2c-0", 0, i2c_[2]));
-    attach("/dev/rtc", std::make_shared<BareNode>("rtc"));
 }
 
 Board::~Board() = default;
@@ -283,6 +288,24 @@ long Board::write(OpenFile &file, const void *buffer, size_t count)
     return finish(std::move(event), result);
 }
 
+long Board::pass(OpenFile &file, Operation operation, uint32_t address, uint64_t count,
+                 const std::function<long()> &transfer)
+{
+    std::unique_lock guard(lock_);
+    synchronise();
+    Event event = this->event(operation, file, address, count);
+    const Fault *fault = faults.strike(event.device, operation, address);
+    if (fault != nullptr) {
+        const bool fails = fault->kind == Fault::Kind::error;
+        const auto value = static_cast<long>(fault->value);
+        return finish(std::move(event), fails ? -value : value);
+    }
+    guard.unlock();
+    const long result = transfer();
+    guard.lock();
+    return finish(std::move(event), result);
+}
+
 long Board::ioctl(OpenFile &file, uint32_t request, void *argument)
 {
     const std::lock_guard guard(lock_);
@@ -381,6 +404,46 @@ void Board::slept(uint64_t duration_us)
     synchronise();
     trace.add(event(Operation::sleep, "", 0, duration_us));
     clock.advance_us(duration_us);
+}
+
+int Board::run(const std::vector<std::string> &command, const std::function<int()> &really)
+{
+    std::unique_lock guard(lock_);
+    synchronise();
+    std::string line;
+    for (const std::string &word : command) {
+        line += (line.empty() ? "" : " ") + word;
+    }
+    Event event = this->event(Operation::run, std::move(line), 0, 0);
+    const Fault *fault = faults.strike(event.device, Operation::run, 0);
+    if (fault != nullptr) {
+        const bool started = fault->kind != Fault::Kind::error;
+        return static_cast<int>(finish(std::move(event), started ? fault->value : -1));
+    }
+    if (Modules::owns(command)) {
+        // A wait status carries the exit code in its second byte.
+        return static_cast<int>(finish(std::move(event), modules_.run(command) << 8));
+    }
+    guard.unlock();
+    const int status = really();
+    guard.lock();
+    return static_cast<int>(finish(std::move(event), status));
+}
+
+long Board::get_time(timeval *time, struct timezone *zone)
+{
+    const std::lock_guard guard(lock_);
+    return wall_clock_.get(time, zone);
+}
+
+long Board::set_time(const timeval *time, const struct timezone *zone)
+{
+    const std::lock_guard guard(lock_);
+    synchronise();
+    Event event = this->event(Operation::set_time, "wall-clock", 0, 0);
+    const Fault *fault = faults.strike(event.device, Operation::set_time, 0);
+    return finish(std::move(event), fault != nullptr ? -static_cast<long>(fault->value)
+                                                     : wall_clock_.set(time, zone));
 }
 
 void Board::synchronise()

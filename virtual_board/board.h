@@ -16,8 +16,11 @@
 #include <string>
 #include <string_view>
 #include <utility>
+#include <vector>
 
+#include "virtual_board/adc.h"
 #include "virtual_board/bios_switch.h"
+#include "virtual_board/black_box.h"
 #include "virtual_board/chips/eeprom_24c.h"
 #include "virtual_board/chips/pca9555.h"
 #include "virtual_board/chips/peci_bridge.h"
@@ -33,10 +36,17 @@
 #include "virtual_board/gpio.h"
 #include "virtual_board/host.h"
 #include "virtual_board/i2c_bus.h"
+#include "virtual_board/ipmb.h"
 #include "virtual_board/leds.h"
+#include "virtual_board/modules.h"
 #include "virtual_board/personality.h"
+#include "virtual_board/rtc.h"
 #include "virtual_board/slot.h"
+#include "virtual_board/sol.h"
+#include "virtual_board/spi.h"
 #include "virtual_board/trace.h"
+#include "virtual_board/uart.h"
+#include "virtual_board/wall_clock.h"
 
 namespace virtual_board {
 
@@ -57,6 +67,15 @@ public:
     Fpga &fpga() { return *fpga_; }
     Gpio &gpio() { return gpio_; }
     Host &host() { return *host_; }
+    Ipmb &ipmb() { return ipmb_; }
+    Sol &sol() { return sol_; }
+    BlackBox &black_box() { return black_box_; }
+    Rtc &rtc() { return *rtc_; }
+    Adc &adc() { return *adc_; }
+    Spi &spi() { return *spi_; }
+    Uart &uart() { return *uart_; }
+    Modules &modules() { return modules_; }
+    WallClock &wall_clock() { return wall_clock_; }
     Cpus &cpus() { return cpus_; }
     Disks &disks() { return disks_; }
     const Leds &leds() const { return leds_; }
@@ -91,6 +110,10 @@ public:
     long close(OpenFile &file);
     long read(OpenFile &file, void *buffer, size_t count);
     long write(OpenFile &file, const void *buffer, size_t count);
+    // A call on a device with a real node behind it: `transfer` makes it, without
+    // the board's lock, because it may wait.
+    long pass(OpenFile &file, Operation operation, uint32_t address, uint64_t count,
+              const std::function<long()> &transfer);
     long ioctl(OpenFile &file, uint32_t request, void *argument);
     long long seek(OpenFile &file, long long offset, int whence);
     long map(OpenFile &file, size_t length, Mapping &mapping);
@@ -106,6 +129,11 @@ public:
     void find_stores();
     // A sleep; in real time the caller has slept.
     void slept(uint64_t duration_us);
+    // A program that is started: the board's own runs here, others through
+    // `really`. The result is a wait status, or -1 if it cannot be started.
+    int run(const std::vector<std::string> &command, const std::function<int()> &really);
+    long get_time(timeval *time, struct timezone *zone);
+    long set_time(const timeval *time, const struct timezone *zone);
     // Finds unwatched stores and runs what is due; called between the program's
     // accesses.
     void synchronise();
@@ -136,6 +164,15 @@ private:
     std::shared_ptr<Fpga> fpga_;
     Gpio gpio_;
     std::unique_ptr<Host> host_;
+    Ipmb ipmb_;
+    Sol sol_;
+    BlackBox black_box_;
+    std::shared_ptr<Rtc> rtc_;
+    std::shared_ptr<Adc> adc_;
+    std::shared_ptr<Spi> spi_;
+    std::shared_ptr<Uart> uart_;
+    Modules modules_;
+    WallClock wall_clock_;
     Cpus cpus_;
     Disks disks_;
     Leds leds_;

@@ -56,6 +56,10 @@ public:
     virtual long ioctl(OpenFile &, uint32_t, void *) { return -ENOTTY; }
     virtual long long seek(OpenFile &, long long, int) { return -ESPIPE; }
     virtual long map(OpenFile &, size_t, Mapping &) { return -ENODEV; }
+    // The real node that stands behind this one, if there is one: opens lead
+    // there, and transfers are the kernel's business; open() and release() are
+    // still called.
+    virtual std::optional<std::string> real_path() const { return std::nullopt; }
     virtual void describe(struct stat &status) const { status.st_mode = S_IFCHR | 0660; }
 
     // What a trace shows of a call, and what faults select by: the command code

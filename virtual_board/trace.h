@@ -25,7 +25,10 @@ enum class Operation {
     store,
     sleep,
     lock,
-    unlock
+    unlock,
+    control,  // fcntl on a real node behind a device
+    run,      // a program, named by its command line
+    set_time, // the system clock
 };
 
 const char *to_string(Operation operation);

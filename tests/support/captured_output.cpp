@@ -7,19 +7,21 @@
 
 namespace board_test {
 
-CapturedOutput::CapturedOutput() : memory_(memfd_create("stdout", MFD_CLOEXEC)), stdout_(dup(1))
+CapturedOutput::CapturedOutput(int descriptor)
+    : descriptor_(descriptor), memory_(memfd_create("output", MFD_CLOEXEC)), saved_(dup(descriptor))
 {
     fflush(stdout);
-    dup2(memory_, 1);
+    dup2(memory_, descriptor_);
 }
 
 CapturedOutput::~CapturedOutput()
 {
     const std::string rest = take();
-    dup2(stdout_, 1);
-    fwrite(rest.data(), 1, rest.size(), stdout);
-    fflush(stdout);
-    close(stdout_);
+    dup2(saved_, descriptor_);
+    FILE *const stream = descriptor_ == 1 ? stdout : stderr;
+    fwrite(rest.data(), 1, rest.size(), stream);
+    fflush(stream);
+    close(saved_);
     close(memory_);
 }
 
@@ -31,7 +33,7 @@ std::string CapturedOutput::take()
     std::string text(static_cast<size_t>(status.st_size), '\0');
     const ssize_t got = pread(memory_, text.data(), text.size(), 0);
     text.resize(got > 0 ? static_cast<size_t>(got) : 0);
-    // Both ends share one offset with descriptor 1.
+    // Both ends share one offset.
     lseek(memory_, 0, SEEK_SET);
     if (ftruncate(memory_, 0) != 0) {
         text += "<output could not be reset>";

@@ -1,4 +1,4 @@
-// What the program writes to standard output, byte for byte.
+// What the program writes to standard output or standard error, byte for byte.
 #ifndef TESTS_SUPPORT_CAPTURED_OUTPUT_H
 #define TESTS_SUPPORT_CAPTURED_OUTPUT_H
 
@@ -6,10 +6,10 @@
 
 namespace board_test {
 
-// Redirects descriptor 1 for its lifetime.
+// Redirects a descriptor for its lifetime: 1, or 2 for what perror says.
 class CapturedOutput {
 public:
-    CapturedOutput();
+    explicit CapturedOutput(int descriptor = 1);
     ~CapturedOutput();
 
     CapturedOutput(const CapturedOutput &) = delete;
@@ -19,8 +19,9 @@ public:
     std::string take();
 
 private:
+    int descriptor_;
     int memory_;
-    int stdout_;
+    int saved_;
 };
 
 } // namespace board_test

@@ -11,16 +11,22 @@
 #include <fcntl.h>
 #include <stdarg.h>
 #include <stdio.h>
+#include <stdlib.h>
 #include <string.h>
 #include <sys/ioctl.h>
 #include <sys/mman.h>
 #include <sys/stat.h>
+#include <sys/time.h>
+#include <sys/wait.h>
 #include <time.h>
 #include <unistd.h>
 
 #include <atomic>
 #include <memory>
+#include <optional>
+#include <sstream>
 #include <string>
+#include <vector>
 
 #include "virtual_board/shim/descriptors.h"
 #include "virtual_board/shim/real.h"
@@ -60,6 +66,12 @@ Real<int(const timespec *, timespec *)> real_nanosleep("nanosleep");
 Real<int(clockid_t, int, const timespec *, timespec *)> real_clock_nanosleep("clock_nanosleep");
 Real<int(pthread_mutex_t *)> real_mutex_trylock("pthread_mutex_trylock");
 
+Real<int(const char *)> real_system("system");
+Real<int(const char *, char *const[])> real_vos_system("vos_system");
+Real<int(timeval *, void *)> real_gettimeofday("gettimeofday");
+Real<int(const timeval *, const struct timezone *)> real_settimeofday("settimeofday");
+Real<int(clockid_t, const timespec *)> real_clock_settime("clock_settime");
+
 std::atomic<Board *> installed{nullptr};
 std::atomic<MutexObserver> mutex_observer{nullptr};
 
@@ -97,14 +109,40 @@ template <typename Result> Result answer(Result result)
     return result;
 }
 
-// The board's open file behind a descriptor; null if it is not the board's.
-std::shared_ptr<OpenFile> board_file(int descriptor)
+std::shared_ptr<OpenFile> any_file(int descriptor)
 {
     if (board() == nullptr) {
         return nullptr;
     }
     const Working guard;
     return descriptors().find(descriptor);
+}
+
+// The board's open file behind a descriptor; null if it is not the board's, or
+// if a real node does its work.
+std::shared_ptr<OpenFile> board_file(int descriptor)
+{
+    const std::shared_ptr<OpenFile> file = any_file(descriptor);
+    return file && !file->device->real_path() ? file : nullptr;
+}
+
+// A real call, which the board gets to know of if the descriptor leads to the
+// real node of one of its devices.
+template <typename Call> auto pass(int descriptor, Operation operation, uint32_t address,
+                                   uint64_t count, const Call &call) -> decltype(call())
+{
+    const std::shared_ptr<OpenFile> file = any_file(descriptor);
+    if (!file) {
+        return call();
+    }
+    Board *on = board();
+    const Working guard;
+    const auto transfer = [&call] {
+        const auto result = static_cast<long>(call());
+        return result < 0 ? -static_cast<long>(errno) : result;
+    };
+    return static_cast<decltype(call())>(
+        answer(on->pass(*file, operation, address, count, transfer)));
 }
 
 // The path if it is the board's, empty if not. Paths are matched as programs
@@ -140,7 +178,10 @@ int open_on_board(Board &on, const std::string &path, int flags)
     if (result < 0) {
         return refuse(path, result);
     }
-    const int descriptor = real_open("/dev/null", O_RDWR | (flags & O_CLOEXEC), 0);
+    const std::optional<std::string> real_node = file->device->real_path();
+    const int descriptor = real_node
+                               ? real_open(real_node->c_str(), flags & ~(O_CREAT | O_TRUNC), 0)
+                               : real_open("/dev/null", O_RDWR | (flags & O_CLOEXEC), 0);
     if (descriptor < 0) {
         const int kept = errno;
         on.close(*file);
@@ -328,7 +369,8 @@ ssize_t read_any(int descriptor, void *buffer, size_t count)
 {
     const std::shared_ptr<OpenFile> file = board_file(descriptor);
     if (!file) {
-        return real_read(descriptor, buffer, count);
+        return pass(descriptor, Operation::read, 0, count,
+                    [&] { return real_read(descriptor, buffer, count); });
     }
     Board *on = board();
     const Working guard;
@@ -374,7 +416,7 @@ long long seek_on_board(const std::shared_ptr<OpenFile> &file, long long offset,
 // does.
 void share(int from, int to)
 {
-    const std::shared_ptr<OpenFile> file = board_file(from);
+    const std::shared_ptr<OpenFile> file = any_file(from);
     if (file && to >= 0) {
         const Working guard;
         descriptors().add(to, file);
@@ -422,6 +464,27 @@ void slept_really(Board *on, uint64_t duration_us)
         const Working guard;
         on->slept(duration_us);
     }
+}
+
+// ---- programs ----
+
+std::vector<std::string> words_of(const char *line)
+{
+    std::istringstream stream(line);
+    std::vector<std::string> words;
+    for (std::string word; stream >> word;) {
+        words.push_back(word);
+    }
+    return words;
+}
+
+// As the platform's program runner reports how a program ended.
+int runner_result(int status)
+{
+    if (status < 0) {
+        return -1;
+    }
+    return WIFSIGNALED(status) ? 128 + WTERMSIG(status) : WEXITSTATUS(status);
 }
 
 // ---- mutexes ----
@@ -505,6 +568,7 @@ void observe_mutexes(MutexObserver observer)
 using namespace virtual_board::shim;
 using virtual_board::Board;
 using virtual_board::OpenFile;
+using virtual_board::Operation;
 
 #if !defined(__clang__)
 // The checks for null arguments are needed: programs do pass them.
@@ -589,7 +653,8 @@ ssize_t write(int descriptor, const void *buffer, size_t count)
 {
     const std::shared_ptr<OpenFile> file = board_file(descriptor);
     if (!file) {
-        return real_write(descriptor, buffer, count);
+        return pass(descriptor, Operation::write, 0, count,
+                    [&] { return real_write(descriptor, buffer, count); });
     }
     Board *on = board();
     const Working guard;
@@ -661,7 +726,8 @@ int fcntl(int descriptor, int command, ...)
     va_start(args, command);
     void *argument = va_arg(args, void *);
     va_end(args);
-    const int result = real_fcntl(descriptor, command, argument);
+    const int result = pass(descriptor, Operation::control, static_cast<uint32_t>(command), 0,
+                            [&] { return real_fcntl(descriptor, command, argument); });
     if (command == F_DUPFD || command == F_DUPFD_CLOEXEC) {
         share(descriptor, result);
     }
@@ -823,6 +889,66 @@ int clock_nanosleep(clockid_t clock, int flags, const timespec *duration, timesp
     const int result = real_clock_nanosleep(clock, flags, duration, left);
     slept_really(on, flags == 0 ? microseconds(*duration) : 0);
     return result;
+}
+
+int gettimeofday(timeval *__restrict time, void *__restrict zone)
+{
+    Board *on = board();
+    if (on == nullptr) {
+        return real_gettimeofday(time, zone);
+    }
+    const Working guard;
+    return static_cast<int>(on->get_time(time, static_cast<struct timezone *>(zone)));
+}
+
+int settimeofday(const timeval *time, const struct timezone *zone)
+{
+    Board *on = board();
+    if (on == nullptr) {
+        return real_settimeofday(time, zone);
+    }
+    const Working guard;
+    return static_cast<int>(answer(on->set_time(time, zone)));
+}
+
+int clock_settime(clockid_t clock, const timespec *time)
+{
+    Board *on = board();
+    if (on == nullptr || clock != CLOCK_REALTIME) {
+        return real_clock_settime(clock, time);
+    }
+    const Working guard;
+    const timeval date = {time->tv_sec, static_cast<suseconds_t>(time->tv_nsec / 1000)};
+    return static_cast<int>(answer(on->set_time(&date, nullptr)));
+}
+
+int system(const char *line)
+{
+    Board *on = board();
+    if (on == nullptr || line == nullptr) {
+        return real_system(line);
+    }
+    const Working guard;
+    return on->run(words_of(line), [line] { return real_system(line); });
+}
+
+// The platform's program runner, which programs load as a library of its own.
+int vos_system(const char *program, char *const argv[])
+{
+    Board *on = board();
+    if (on == nullptr || program == nullptr || argv == nullptr) {
+        return real_vos_system(program, argv);
+    }
+    const Working guard;
+    std::vector<std::string> command = {program};
+    for (size_t i = 1; argv[0] != nullptr && argv[i] != nullptr; ++i) {
+        command.emplace_back(argv[i]);
+    }
+    // What ran for real keeps the runner's own answer, as an exit status.
+    return runner_result(on->run(command, [program, argv] {
+        const int result = real_vos_system(program, argv);
+        return result < 0 ? result : result << 8;
+    }));
 }
 
 int pthread_mutex_lock(pthread_mutex_t *mutex)
