@@ -21,9 +21,11 @@ constexpr uint32_t table_entry(uint32_t n)
 
 } // namespace
 
-#define ENTRIES_4(n) table_entry(n), table_entry((n) + 1), table_entry((n) + 2), table_entry((n) + 3)
-#define ENTRIES_16(n) ENTRIES_4(n), ENTRIES_4((n) + 4), ENTRIES_4((n) + 8), ENTRIES_4((n) + 12)
-#define ENTRIES_64(n) ENTRIES_16(n), ENTRIES_16((n) + 16), ENTRIES_16((n) + 32), ENTRIES_16((n) + 48)
+// clang-format off
+#define ENTRIES_4(n) table_entry(n), table_entry(n + 1), table_entry(n + 2), table_entry(n + 3)
+#define ENTRIES_16(n) ENTRIES_4(n), ENTRIES_4(n + 4), ENTRIES_4(n + 8), ENTRIES_4(n + 12)
+#define ENTRIES_64(n) ENTRIES_16(n), ENTRIES_16(n + 16), ENTRIES_16(n + 32), ENTRIES_16(n + 48)
+// clang-format on
 
 extern "C" {
 

@@ -59,19 +59,20 @@ int env_init()
 // copy. Unmaps and closes before the lock goes.
 class Environment {
 public:
-    explicit Environment(const char *init_failed) : guard_(env_lock), open_(env_init() == 0)
+    explicit Environment(const char *init_failed)
+        : guard_(env_lock), mapping_(env_init() == 0 ? env_map : nullptr)
     {
-        if (!open_) {
+        if (mapping_ == nullptr) {
             puts(init_failed);
             return;
         }
         vos_memset(copy_, sizeof(copy_), 0, sizeof(copy_));
-        vos_memcpy(copy_, sizeof(copy_), env_map, sizeof(copy_));
+        vos_memcpy(copy_, sizeof(copy_), mapping_, sizeof(copy_));
     }
 
     ~Environment()
     {
-        if (open_) {
+        if (mapping_ != nullptr) {
             env_close();
         }
     }
@@ -79,20 +80,23 @@ public:
     Environment(const Environment &) = delete;
     Environment &operator=(const Environment &) = delete;
 
-    explicit operator bool() const { return open_; }
+    explicit operator bool() const { return mapping_ != nullptr; }
     EnvBlock block() { return EnvBlock(copy_); }
 
     void write_back()
     {
         store_le32(copy_, crc32_of(0, copy_ + env_data_start, env_data_size));
-        vos_memcpy(env_map, env_block_size, copy_, sizeof(copy_));
+        vos_memcpy(mapping_, env_block_size, copy_, sizeof(copy_));
     }
 
 private:
     MutexGuard guard_;
-    bool open_;
+    void *mapping_;
+    // Last and without padding behind it: the address sanitizer then notices the
+    // first byte too many.
     uint8_t copy_[env_block_size];
 };
+static_assert(sizeof(Environment) == sizeof(MutexGuard) + sizeof(void *) + env_block_size);
 
 int not_terminated(const char *message)
 {
