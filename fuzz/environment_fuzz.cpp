@@ -260,7 +260,7 @@ enum Kind : uint8_t { kind_get, kind_set, kind_delete, kind_print, kind_print_al
 struct Operation {
     Kind kind;
     std::string name;
-    std::size_t size;  // of the buffer
+    std::size_t size; // of the buffer
     std::string value;
 };
 

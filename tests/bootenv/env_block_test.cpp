@@ -405,8 +405,8 @@ protected:
     // Letters and NULs in any order, sparse or dense in NULs.
     std::string wild_block()
     {
-        const std::string letters = "ab="s + std::string(below(3), '\0') +
-                                    std::string(below(2) == 0 ? 0 : 60, 'x');
+        const std::string letters =
+            "ab="s + std::string(below(3), '\0') + std::string(below(2) == 0 ? 0 : 60, 'x');
         std::string data = text(env_data_size, letters);
         std::string bytes = block_of(data, "\0x\xFF"s[below(3)]);
         if (below(3) == 0) {
