@@ -48,9 +48,8 @@ int env_init()
     puts("env_init: map addr failed");
     errno = error; // of the mapping, not of the console
     perror("mmap");
-    if (env_map == nullptr) {
-        munmap(env_map, env_block_size); // refused, but a mapping all the same
-    }
+    // Only the descriptor goes, also after address 0: nothing is mapped there
+    // that is ours to take away.
     close(env_fd);
     return -2;
 }

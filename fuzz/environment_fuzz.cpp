@@ -102,14 +102,17 @@ void *mmap(void *address, size_t length, int protection, int flags, int fd, off_
         errno = ENOMEM;
         return MAP_FAILED;
     }
+    if (device.fault == Fault::map_at_zero) {
+        return nullptr;
+    }
     device.mapped = true;
-    return device.fault == Fault::map_at_zero ? nullptr : device.block.get();
+    return device.block.get();
 }
 
 int munmap(void *address, size_t length) noexcept
 {
-    const bool ours = device.mapped && (address == device.block.get() || address == nullptr);
-    if (!ours) {
+    require(address != nullptr, "nothing is unmapped at address 0");
+    if (!device.mapped || address != device.block.get()) {
         return next_of(&munmap, "munmap")(address, length);
     }
     require(length == block_size, "the whole block is unmapped");
