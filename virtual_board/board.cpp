@@ -55,6 +55,7 @@ Board::Board(const Personality &personality, Clock::Mode mode)
     }
     attach("/dev/ipmc_cpld", cpld_);
     attach("/dev/ipmc_fpga", fpga_);
+    attach("/dev/mtdblock2", environment_);
     attach("/dev/i2c-0", std::make_shared<BareNode>("i2c-0"));
     attach("/dev/rtc", std::make_shared<BareNode>("rtc"));
 }
@@ -251,6 +252,13 @@ void Board::unmapped(const std::string &device, size_t length)
     synchronise();
     Event event = this->event(Operation::unmap, device, 0, length);
     trace.add(std::move(event));
+}
+
+void Board::unmapped(Device &device, size_t length)
+{
+    const std::lock_guard guard(lock_);
+    unmapped(device.name(), length);
+    device.unmapped();
 }
 
 long Board::status(const std::string &path, struct stat &status)

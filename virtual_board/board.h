@@ -18,6 +18,7 @@
 #include "virtual_board/clock.h"
 #include "virtual_board/cpld.h"
 #include "virtual_board/device.h"
+#include "virtual_board/environment_partition.h"
 #include "virtual_board/fault.h"
 #include "virtual_board/fpga.h"
 #include "virtual_board/gpio.h"
@@ -42,6 +43,7 @@ public:
     FaultPlan faults;
     Cpld &cpld() { return *cpld_; }
     Fpga &fpga() { return *fpga_; }
+    EnvironmentPartition &environment() { return *environment_; }
     Gpio &gpio() { return gpio_; }
     Host &host() { return *host_; }
 
@@ -69,6 +71,7 @@ public:
     long long seek(OpenFile &file, long long offset, int whence);
     long map(OpenFile &file, size_t length, Mapping &mapping);
     void unmapped(const std::string &device, size_t length);
+    void unmapped(Device &device, size_t length);
     long status(const std::string &path, struct stat &status);
     // Whether each load and store of a mapped register is reported; if not, the
     // board looks for changes whenever it is synchronised.
@@ -102,6 +105,7 @@ private:
     std::recursive_mutex lock_;
     std::shared_ptr<Cpld> cpld_;
     std::shared_ptr<Fpga> fpga_;
+    std::shared_ptr<EnvironmentPartition> environment_ = std::make_shared<EnvironmentPartition>();
     Gpio gpio_;
     std::unique_ptr<Host> host_;
     std::map<std::string, std::shared_ptr<Device>, std::less<>> nodes_;

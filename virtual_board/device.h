@@ -53,6 +53,7 @@ public:
     virtual long ioctl(OpenFile &, uint32_t, void *) { return -ENOTTY; }
     virtual long long seek(OpenFile &, long long, int) { return -ESPIPE; }
     virtual long map(OpenFile &, size_t, Mapping &) { return -ENODEV; }
+    virtual void unmapped() {} // a mapping has gone; watched ones are not reported
     virtual void describe(struct stat &status) const { status.st_mode = S_IFCHR | 0660; }
 
     // What a trace shows of a call, and what faults select by: the command code

@@ -23,6 +23,7 @@
 #include <string>
 
 #include "virtual_board/shim/descriptors.h"
+#include "virtual_board/shim/mappings.h"
 #include "virtual_board/shim/real.h"
 #include "virtual_board/shim/window_watch.h"
 
@@ -69,6 +70,12 @@ std::atomic<MutexObserver> mutex_observer{nullptr};
 Descriptors &descriptors()
 {
     static Descriptors &table = *new Descriptors;
+    return table;
+}
+
+Mappings &mappings()
+{
+    static Mappings &table = *new Mappings;
     return table;
 }
 
@@ -308,6 +315,8 @@ void *mmap_any(void *address, size_t length, int protection, int flags, int desc
     if (mapped != MAP_FAILED && mapping.watched) {
         on->stores_are_watched(can_watch());
         watch(on, mapped, length);
+    } else if (mapped != MAP_FAILED) {
+        mappings().add(mapped, file->device);
     }
     return mapped;
 }
@@ -440,6 +449,7 @@ void before_fork()
     if (on != nullptr) {
         on->before_fork();
         descriptors().before_fork();
+        mappings().before_fork();
     }
 }
 
@@ -448,6 +458,7 @@ void after_fork()
     Board *on = installed.load(std::memory_order_acquire);
     const Working guard;
     if (on != nullptr) {
+        mappings().after_fork();
         descriptors().after_fork();
         on->after_fork();
     }
@@ -477,6 +488,7 @@ void observe_mutexes(MutexObserver observer)
 
 using namespace virtual_board::shim;
 using virtual_board::Board;
+using virtual_board::Device;
 using virtual_board::OpenFile;
 
 #pragma GCC diagnostic ignored "-Wnonnull-compare"
@@ -689,7 +701,12 @@ int munmap(void *address, size_t length)
         on->unmapped("cpld", length);
         return 0;
     }
-    return real_munmap(address, length);
+    const std::shared_ptr<Device> device = mappings().remove(address);
+    const int result = real_munmap(address, length);
+    if (device) {
+        on->unmapped(*device, length);
+    }
+    return result;
 }
 
 FILE *fopen(const char *path, const char *mode)
