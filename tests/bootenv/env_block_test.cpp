@@ -1,24 +1,25 @@
 // The steps on an environment block: worked examples, then random blocks
-// against a model that works on strings.
+// against the model.
 
 #include "bootenv/env_block.h"
+
+#include "tests/bootenv/environment_model.h"
 
 #include <gtest/gtest.h>
 
 #include <sys/mman.h>
 
-#include <algorithm>
-#include <array>
 #include <cstdint>
 #include <cstring>
 #include <optional>
-#include <random>
 #include <string>
-#include <string_view>
 #include <vector>
 
 using namespace board_hal;
 using namespace std::string_literals;
+using environment_model::block_of;
+using environment_model::data_with_room;
+namespace model = environment_model;
 
 namespace {
 
@@ -51,22 +52,6 @@ private:
     static constexpr std::size_t page = 65536; // a multiple of every page size
     uint8_t *pages_;
 };
-
-// A whole block with a recognisable checksum word, the given data, and the fill
-// character behind it.
-std::string block_of(const std::string &data, char fill = '\0')
-{
-    std::string bytes = "\x11\x22\x33\x44" + data;
-    bytes.resize(env_block_size, fill);
-    return bytes;
-}
-
-// Data whose end leaves exactly the given room for new entries.
-std::string data_with_room(std::size_t room)
-{
-    // The new entry takes the place of the second NUL.
-    return "x=" + std::string(env_data_size - room - 3, 'x') + "\0\0"s;
-}
 
 class EnvBlockTest : public ::testing::Test {
 protected:
@@ -292,137 +277,17 @@ TEST_F(EnvBlockTest, ABlockWithoutDoubleNulHasNoRoom)
     }
 }
 
-// The model: data areas as strings, entries by cutting at NULs.
-namespace model {
-
-// Searches see NULs behind the block.
-std::string padded_data(const std::string &bytes)
-{
-    return bytes.substr(env_data_start) + "\0\0"s;
-}
-
-struct Entry {
-    std::size_t at; // in the data area
-    std::string text;
-};
-
-struct Walk {
-    std::vector<Entry> entries;
-    EnvStep end = EnvStep::end;
-};
-
-Walk walk(const std::string &bytes)
-{
-    const std::string data = bytes.substr(env_data_start);
-    Walk result;
-    std::size_t at = 0;
-    while (at < data.size() && data[at] != '\0') {
-        const std::size_t nul = data.find('\0', at);
-        if (nul == std::string::npos) {
-            result.end = EnvStep::unterminated;
-            return result;
-        }
-        result.entries.push_back({at, data.substr(at, nul - at)});
-        at = nul + 1;
-    }
-    return result;
-}
-
-std::optional<std::string> value_of(const std::string &name, const std::string &text)
-{
-    const std::string prefix = name.substr(0, name.find('=')) + "=";
-    if (!text.starts_with(prefix)) {
-        return std::nullopt;
-    }
-    return text.substr(prefix.size());
-}
-
-// Overwrites bytes of the block from a place in the data area on.
-std::string with(std::string bytes, std::size_t data_at, const std::string &text)
-{
-    return bytes.replace(env_data_start + data_at, text.size(), text);
-}
-
-std::optional<std::string> removed(const std::string &bytes, const Entry &entry)
-{
-    const std::string data = padded_data(bytes);
-    const std::size_t next = entry.at + entry.text.size() + 1;
-    if (data[next] == '\0') {
-        return with(bytes, entry.at, "\0\0"s);
-    }
-    const std::size_t end = data.find("\0\0"s, next);
-    if (end >= env_data_size) {
-        return std::nullopt;
-    }
-    return with(bytes, entry.at, data.substr(next, end - next) + "\0\0"s);
-}
-
-std::optional<std::string> appended(const std::string &bytes, const std::string &name,
-                                    const std::string &value)
-{
-    std::size_t at = padded_data(bytes).find("\0\0"s);
-    at += at > 0 ? 1 : 0;
-    const std::string entry = name + "=" + value + "\0\0"s;
-    if (at + entry.size() > env_data_size) {
-        return std::nullopt;
-    }
-    return with(bytes, at, entry);
-}
-
-} // namespace model
-
 class RandomBlocks : public EnvBlockTest, public ::testing::WithParamInterface<uint32_t> {
 protected:
-    std::size_t below(std::size_t limit)
-    {
-        return std::uniform_int_distribution<std::size_t>(0, limit - 1)(random_);
-    }
-
-    std::string text(std::size_t longest, std::string_view letters)
-    {
-        std::string result(below(longest + 1), '\0');
-        for (char &letter : result) {
-            letter = letters[below(letters.size())];
-        }
-        return result;
-    }
-
-    std::string name() { return text(3, below(4) == 0 ? "ab=" : "ab"); }
-
-    // Sound entries up to about a size, then what may lie behind them.
-    std::string sound_block()
-    {
-        const std::size_t size = below(3) == 0 ? env_data_size - below(40) : below(200);
-        std::string data;
-        while (data.size() < size) {
-            data += (below(8) == 0 ? "a" : name()) + "=" +
-                    text(std::min<std::size_t>(size - data.size(), 30), "abc=") + "\0"s;
-        }
-        data += "\0"s + text(40, "xyz\0"s);
-        return block_of(data, below(2) == 0 ? '\0' : 'z');
-    }
-
-    // Letters and NULs in any order, sparse or dense in NULs.
-    std::string wild_block()
-    {
-        const std::string letters =
-            "ab="s + std::string(below(3), '\0') + std::string(below(2) == 0 ? 0 : 60, 'x');
-        std::string data = text(env_data_size, letters);
-        std::string bytes = block_of(data, "\0x\xFF"s[below(3)]);
-        if (below(3) == 0) {
-            bytes.back() = '\0';
-        }
-        return bytes;
-    }
-
-    std::mt19937 random_{GetParam()};
+    environment_model::RandomEnvironment random_{GetParam()};
 };
 
 TEST_P(RandomBlocks, AgreeWithTheModel)
 {
     for (int round = 0; round < 200; ++round) {
-        const std::string before = below(2) == 0 ? sound_block() : wild_block();
-        const std::string wanted = name();
+        const std::string before =
+            random_.below(2) == 0 ? random_.sound_block() : random_.wild_block();
+        const std::string wanted = random_.name();
         const model::Walk walk = model::walk(before);
 
         Values expected;
@@ -435,11 +300,12 @@ TEST_P(RandomBlocks, AgreeWithTheModel)
             }
         }
         fill(before);
-        ASSERT_EQ(values(wanted.c_str(), walk.end), expected);
+        const EnvStep end = walk.terminated ? EnvStep::end : EnvStep::unterminated;
+        ASSERT_EQ(values(wanted.c_str(), end), expected);
 
         EnvEntry found = env_before_first;
         const EnvStep step = env_find(block(), wanted.c_str(), found);
-        ASSERT_EQ(step, first.has_value() ? EnvStep::entry : walk.end);
+        ASSERT_EQ(step, first.has_value() ? EnvStep::entry : end);
         if (first.has_value()) {
             ASSERT_EQ(found.start, env_data_start + first->at);
             const auto after = model::removed(before, *first);
@@ -448,7 +314,7 @@ TEST_P(RandomBlocks, AgreeWithTheModel)
         }
 
         const std::string current = bytes();
-        const std::string value = text(below(4) == 0 ? 9000 : 20, "uvw");
+        const std::string value = random_.text(random_.below(4) == 0 ? 9000 : 20, "uvw");
         const auto after = model::appended(current, wanted, value);
         ASSERT_EQ(env_append(block(), wanted.c_str(), value.c_str()), after.has_value());
         ASSERT_EQ(bytes(), after.value_or(current));
