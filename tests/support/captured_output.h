@@ -1,15 +1,17 @@
-// What the program writes to standard output, byte for byte.
+// What the program writes to standard output or standard error, byte for byte.
 #ifndef TESTS_SUPPORT_CAPTURED_OUTPUT_H
 #define TESTS_SUPPORT_CAPTURED_OUTPUT_H
+
+#include <stdio.h>
 
 #include <string>
 
 namespace board_test {
 
-// Redirects descriptor 1 for its lifetime.
+// Redirects the stream's descriptor for its lifetime.
 class CapturedOutput {
 public:
-    CapturedOutput();
+    explicit CapturedOutput(FILE *stream = stdout);
     ~CapturedOutput();
 
     CapturedOutput(const CapturedOutput &) = delete;
@@ -19,8 +21,10 @@ public:
     std::string take();
 
 private:
+    FILE *stream_;
+    int descriptor_;
     int memory_;
-    int stdout_;
+    int before_;
 };
 
 } // namespace board_test
