@@ -25,11 +25,12 @@ protected:
     std::string block()
     {
         const Bytes bytes = board.environment().bytes();
-        return {bytes.begin(), bytes.end()};
+        return {reinterpret_cast<const char *>(bytes.data()), bytes.size()};
     }
     void set_block(const std::string &block)
     {
-        board.environment().set_bytes(Bytes(block.begin(), block.end()));
+        const auto *bytes = reinterpret_cast<const uint8_t *>(block.data());
+        board.environment().set_bytes(Bytes(bytes, bytes + block.size()));
     }
 
     // What every call that reaches the device does, whatever comes out of it.
@@ -40,11 +41,10 @@ protected:
 // Compares blocks, and shows where they part instead of 8 KiB of text.
 inline ::testing::AssertionResult same_block(const std::string &got, const std::string &expected)
 {
-    const auto [at, other] =
-        std::mismatch(got.begin(), got.end(), expected.begin(), expected.end());
-    if (at == got.end() && other == expected.end()) {
+    if (got == expected) {
         return ::testing::AssertionSuccess();
     }
+    const auto at = std::mismatch(got.begin(), got.end(), expected.begin(), expected.end()).first;
     const auto offset = static_cast<size_t>(at - got.begin());
     return ::testing::AssertionFailure()
            << "blocks of " << got.size() << " and " << expected.size() << " bytes part at "
