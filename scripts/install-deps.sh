@@ -7,8 +7,8 @@
 set -eu
 
 build="cmake g++ ninja-build"
-test="$build libgtest-dev pkg-config"
-check="$test clang clang-format clang-tidy"
+test="$build libgtest-dev pkg-config u-boot-tools libubootenv-tool"
+check="$test clang clang-format clang-tidy libclang-rt-14-dev"
 
 case "${1:-}" in
 build) packages=$build ;;
