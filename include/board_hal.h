@@ -1067,6 +1067,28 @@ BOARD_HAL_API int get_uboot_env(const char *name, char *buf, uint32_t buflen);
  * A block whose entries are not terminated is never written, so an erased block
  * cannot be repaired with this call.
  *
+ * Power cut: there is one copy of the environment and no spare. The result 0
+ * says that the new block is on its way; the kernel writes it back after the
+ * unmapping, erasing the flash first. What a reader finds when the power fails
+ * after each of the 8192 bytes, for 15 variables that end at byte 286 of a block
+ * with zeros behind them, one of them changed (power_cut_test):
+ * - Erased flash. Only the complete write has a good checksum: after the other
+ *   8192 of the 8193 possible cuts the boot loader rejects the block and starts
+ *   with its built-in defaults, every variable lost to it. This library does not
+ *   look at the checksum. It finds the new variables from byte 286 on (7907
+ *   cuts), and the next set_uboot_env() that returns 0 makes the block good
+ *   again; before that (286 cuts) the variables are lost, the operations return
+ *   -1, and only an image written from elsewhere helps.
+ * - Memory that is overwritten in place. 283 cuts, those between the first and
+ *   the last changed byte, leave a bad checksum. In 182 of these all old values
+ *   are still there, in 101 old and new entries are mixed; the next
+ *   set_uboot_env() puts a good checksum on the mixture.
+ *
+ * An application should therefore read first and set only what differs; keep
+ * what it cannot do without (addresses, boot-valid flags) in a place of its own
+ * and compare after every start, before it sets anything; set nothing while
+ * power may go; and rely on built-in defaults of the boot loader that boot.
+ *
  * @param name   the variable.
  * @param value  its value, may be empty; null to delete the variable.
  * @return 0; -1 with nothing written: not terminated ("set_uboot_env: error,
