@@ -3,6 +3,7 @@
 #include "bootenv/crc32.h"
 
 #include <bit>
+#include <stddef.h>
 #include <stdint.h>
 #include <string.h>
 
@@ -21,11 +22,11 @@ constexpr uint32_t table_entry(uint32_t n)
 
 } // namespace
 
-// clang-format off
-#define ENTRIES_4(n) table_entry(n), table_entry(n + 1), table_entry(n + 2), table_entry(n + 3)
-#define ENTRIES_16(n) ENTRIES_4(n), ENTRIES_4(n + 4), ENTRIES_4(n + 8), ENTRIES_4(n + 12)
-#define ENTRIES_64(n) ENTRIES_16(n), ENTRIES_16(n + 16), ENTRIES_16(n + 32), ENTRIES_16(n + 48)
-// clang-format on
+#define ENTRIES_4(n)                                                                               \
+    table_entry(n), table_entry((n) + 1), table_entry((n) + 2), table_entry((n) + 3)
+#define ENTRIES_16(n) ENTRIES_4(n), ENTRIES_4((n) + 4), ENTRIES_4((n) + 8), ENTRIES_4((n) + 12)
+#define ENTRIES_64(n)                                                                              \
+    ENTRIES_16(n), ENTRIES_16((n) + 16), ENTRIES_16((n) + 32), ENTRIES_16((n) + 48)
 
 extern "C" {
 
@@ -81,7 +82,7 @@ constexpr WordTables tables_ahead(uint32_t zeros_behind)
 
 constexpr WordTables next_word = tables_ahead(0);
 constexpr WordTables next_group = tables_ahead(group_size - word_size);
-static_assert(sizeof(next_word) + sizeof(next_group) <= 16 * 1024);
+static_assert(sizeof(next_word) + sizeof(next_group) <= 16384);
 
 uint64_t load_word(const uint8_t *from)
 {
@@ -122,13 +123,13 @@ uint32_t take_groups(uint32_t r, Input &in)
     for (; in.left >= 2 * group_size; in.skip(group_size)) {
 #pragma GCC unroll 5
         for (uint32_t i = 0; i < lanes; ++i) {
-            lane[i] = look_up(next_group, lane[i] ^ load_word(in.at + i * word_size));
+            lane[i] = look_up(next_group, lane[i] ^ load_word(in.at + size_t{i} * word_size));
         }
     }
     // The last group, word after word, gathers the lanes into one register.
     r = 0;
     for (uint32_t i = 0; i < lanes; ++i) {
-        r = look_up(next_word, r ^ lane[i] ^ load_word(in.at + i * word_size));
+        r = look_up(next_word, r ^ lane[i] ^ load_word(in.at + size_t{i} * word_size));
     }
     in.skip(group_size);
     return r;

@@ -502,7 +502,9 @@ using virtual_board::Board;
 using virtual_board::Device;
 using virtual_board::OpenFile;
 
+#if !defined(__clang__)
 #pragma GCC diagnostic ignored "-Wnonnull-compare"
+#endif
 
 extern "C" {
 
