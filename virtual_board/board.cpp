@@ -254,11 +254,20 @@ void Board::unmapped(const std::string &device, size_t length)
     trace.add(std::move(event));
 }
 
-void Board::unmapped(Device &device, size_t length)
+void Board::mapped_at(const void *address, const OpenFile &file)
 {
     const std::lock_guard guard(lock_);
-    unmapped(device.name(), length);
-    device.unmapped();
+    mappings_[address] = file.device;
+}
+
+void Board::unmapped_at(const void *address, size_t length)
+{
+    const std::lock_guard guard(lock_);
+    const auto mapping = mappings_.extract(address);
+    if (!mapping.empty()) {
+        unmapped(mapping.mapped()->name(), length);
+        mapping.mapped()->unmapped();
+    }
 }
 
 long Board::status(const std::string &path, struct stat &status)

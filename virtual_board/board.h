@@ -72,7 +72,10 @@ public:
     long long seek(OpenFile &file, long long offset, int whence);
     long map(OpenFile &file, size_t length, Mapping &mapping);
     void unmapped(const std::string &device, size_t length);
-    void unmapped(Device &device, size_t length);
+    // Where in the program a device's memory lies, and that it goes. Of the
+    // program's other memory the board knows nothing.
+    void mapped_at(const void *address, const OpenFile &file);
+    void unmapped_at(const void *address, size_t length);
     long status(const std::string &path, struct stat &status);
     // Whether each load and store of a mapped register is reported; if not, the
     // board looks for changes whenever it is synchronised.
@@ -112,6 +115,7 @@ private:
     Gpio gpio_;
     std::unique_ptr<Host> host_;
     std::map<std::string, std::shared_ptr<Device>, std::less<>> nodes_;
+    std::map<const void *, std::shared_ptr<Device>> mappings_;
     size_t open_files_ = 0;
     bool stores_are_watched_ = false;
 };

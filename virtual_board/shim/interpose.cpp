@@ -23,7 +23,6 @@
 #include <string>
 
 #include "virtual_board/shim/descriptors.h"
-#include "virtual_board/shim/mappings.h"
 #include "virtual_board/shim/real.h"
 #include "virtual_board/shim/window_watch.h"
 
@@ -70,12 +69,6 @@ std::atomic<MutexObserver> mutex_observer{nullptr};
 Descriptors &descriptors()
 {
     static Descriptors &table = *new Descriptors;
-    return table;
-}
-
-Mappings &mappings()
-{
-    static Mappings &table = *new Mappings;
     return table;
 }
 
@@ -316,7 +309,7 @@ void *mmap_any(void *address, size_t length, int protection, int flags, int desc
         on->stores_are_watched(can_watch());
         watch(on, mapped, length);
     } else if (mapped != MAP_FAILED) {
-        mappings().add(mapped, file->device);
+        on->mapped_at(mapped, *file);
     }
     return mapped;
 }
@@ -449,7 +442,6 @@ void before_fork()
     if (on != nullptr) {
         on->before_fork();
         descriptors().before_fork();
-        mappings().before_fork();
     }
 }
 
@@ -458,7 +450,6 @@ void after_fork_in_parent()
     Board *on = installed.load(std::memory_order_acquire);
     const Working guard;
     if (on != nullptr) {
-        mappings().after_fork();
         descriptors().after_fork();
         on->after_fork_in_parent();
     }
@@ -499,7 +490,6 @@ void observe_mutexes(MutexObserver observer)
 
 using namespace virtual_board::shim;
 using virtual_board::Board;
-using virtual_board::Device;
 using virtual_board::OpenFile;
 
 #if !defined(__clang__)
@@ -714,12 +704,8 @@ int munmap(void *address, size_t length)
         on->unmapped("cpld", length);
         return 0;
     }
-    const std::shared_ptr<Device> device = mappings().remove(address);
-    const int result = real_munmap(address, length);
-    if (device) {
-        on->unmapped(*device, length);
-    }
-    return result;
+    on->unmapped_at(address, length);
+    return real_munmap(address, length);
 }
 
 FILE *fopen(const char *path, const char *mode)
