@@ -1077,8 +1077,8 @@ BOARD_HAL_API int get_uboot_env(const char *name, char *buf, uint32_t buflen);
  *   with its built-in defaults, every variable lost to it. This library does not
  *   look at the checksum. It finds the new variables from byte 286 on (7907
  *   cuts), and the next set_uboot_env() that returns 0 makes the block good
- *   again; before that (286 cuts) the variables are lost, the operations return
- *   -1, and only an image written from elsewhere helps.
+ *   again. Before that (286 cuts) the variables are lost, get_uboot_env() and
+ *   set_uboot_env() return -1, and only an image written from elsewhere helps.
  * - Memory that is overwritten in place. 283 cuts, those between the first and
  *   the last changed byte, leave a bad checksum. In 182 of these all old values
  *   are still there, in 101 old and new entries are mixed; the next
