@@ -2562,8 +2562,125 @@ BOARD_HAL_API int get_bios_print_flag(void);
 /**
  * @defgroup bootenv Boot-loader environment
  * The environment block on flash and its checksum.
+ *
+ * The block is the first 8192 bytes of /dev/mtdblock2: a little-endian CRC-32
+ * of the 8188 bytes behind it, then entries "name=value", each ended by a NUL,
+ * the last one followed by a second NUL. Every operation opens and maps the
+ * device, works on a copy and unmaps and closes again; nothing stays open in
+ * between. The checksum is written with every change and never checked.
+ *
+ * A wanted name that contains "=" matches any entry that agrees with it up to
+ * and including that "=". Names must not be null, unless stated.
+ *
+ * Results that all three operations share: -2 the device cannot be opened
+ * ("env_init: cann't open device") or mapped ("env_init: map addr failed", and
+ * the cause on standard error; a mapping at address 0 counts as failed), each
+ * followed by the operation's own "…: env_init failed"; -1 an entry runs to the
+ * end of the block without a NUL, which an erased block does too.
+ *
+ * Locks: each operation holds the environment lock from the opening to the
+ * closing. Nothing coordinates with other processes: the last one to write the
+ * block wins.
  * @{
  */
+
+/**
+ * Reflected CRC-32 table of polynomial 0xEDB88320: entry n is the register
+ * after the eight bits of n.
+ */
+BOARD_HAL_API extern const uint32_t crc_table[256];
+
+/**
+ * CRC-32 as zlib, Ethernet and the boot loader compute it. The bytes 123456789
+ * give 0xCBF43926.
+ *
+ * zlib exports a function of this name as well. In a process that has loaded
+ * both, a call reaches whichever comes first; the library's own checksums are
+ * not affected.
+ *
+ * @param crc  0 to start, or the result over the bytes before.
+ * @param buf  @p len bytes, of any alignment.
+ * @param len  byte count; with 0 the result is @p crc.
+ * @return the CRC. Takes no lock.
+ */
+BOARD_HAL_API uint32_t crc32(uint32_t crc, const uint8_t *buf, uint32_t len);
+
+/**
+ * Reads a variable. Of several entries of the name the last one counts.
+ *
+ * The result does not tell whether the variable exists: @p buf then stays as it
+ * was. Put a mark into it beforehand to find out.
+ *
+ * @param name    the variable.
+ * @param buf     out: the value with its NUL, cut to @p buflen - 1 characters.
+ *                Written also if an entry behind it then gives -1. Null or a
+ *                size of 0: nothing is written, and nothing else changes.
+ * @param buflen  size of @p buf in bytes.
+ * @return 0, found or not; -1 ("get_uboot_env: error, environment not
+ *         terminated"); -2 ("get_uboot_env: env_init failed").
+ * Locks: environment lock.
+ */
+BOARD_HAL_API int get_uboot_env(const char *name, char *buf, uint32_t buflen);
+
+/**
+ * Sets, replaces or deletes a variable and writes the whole block back with a
+ * new checksum.
+ *
+ * The first entry of the name goes and the new one is added behind the last, so
+ * a replaced variable moves to the end. Bytes behind the end of the entries
+ * keep what they held. Deleting a variable that is absent rewrites the block
+ * and returns 0. Flash is erased and reprogrammed on every call that returns 0:
+ * do not use it in a tight loop.
+ *
+ * A block whose entries are not terminated is never written, so an erased block
+ * cannot be repaired with this call.
+ *
+ * Power cut: there is one copy of the environment and no spare. The result 0
+ * says that the new block is on its way; the kernel writes it back after the
+ * unmapping, erasing the flash first. What a reader finds when the power fails
+ * after each of the 8192 bytes, for 15 variables that end at byte 286 of a block
+ * with zeros behind them, one of them changed (power_cut_test):
+ * - Erased flash. Only the complete write has a good checksum: after the other
+ *   8192 of the 8193 possible cuts the boot loader rejects the block and starts
+ *   with its built-in defaults, every variable lost to it. This library does not
+ *   look at the checksum. It finds the new variables from byte 286 on (7907
+ *   cuts), and the next set_uboot_env() that returns 0 makes the block good
+ *   again. Before that (286 cuts) the variables are lost, get_uboot_env() and
+ *   set_uboot_env() return -1, and only an image written from elsewhere helps.
+ * - Memory that is overwritten in place. 283 cuts, those between the first and
+ *   the last changed byte, leave a bad checksum. In 182 of these all old values
+ *   are still there, in 101 old and new entries are mixed; the next
+ *   set_uboot_env() puts a good checksum on the mixture.
+ *
+ * An application should therefore read first and set only what differs; keep
+ * what it cannot do without (addresses, boot-valid flags) in a place of its own
+ * and compare after every start, before it sets anything; set nothing while
+ * power may go; and rely on built-in defaults of the boot loader that boot.
+ *
+ * @param name   the variable.
+ * @param value  its value, may be empty; null to delete the variable.
+ * @return 0; -1 with nothing written: not terminated ("set_uboot_env: error,
+ *         environment not terminated") or no room ("set_uboot_env: error,
+ *         environment overflow, \"%s\" deleted\n" with the name; in spite of the
+ *         text the flash keeps the old value); -2 ("set_uboot_env: env_init
+ *         failed") or deletion of "ubootpwd" ("set_uboot_env: error, empty
+ *         password"), refused without lock or device.
+ * Locks: environment lock.
+ */
+BOARD_HAL_API int set_uboot_env(const char *name, const char *value);
+
+/**
+ * Prints a variable as "name=value", the first entry of its name; or all
+ * entries, one a line.
+ *
+ * @param name  the variable; null for all.
+ * @return 0; -1 ("print_uboot_env: error, environment not terminated"), after
+ *         the entries before have been printed; -2 no such variable
+ *         ("print_uboot_env: error,  \"%s\" not defined\n" with the name) or
+ *         "print_uboot_env: env_init failed".
+ * Locks: environment lock.
+ */
+BOARD_HAL_API int print_uboot_env(const char *name);
 
 /** @} */
 
@@ -2571,8 +2688,87 @@ BOARD_HAL_API int get_bios_print_flag(void);
 /**
  * @defgroup bootvars Boot-loader variables
  * One getter and setter per variable.
+ *
+ * Each fixes the name and passes the rest to get_uboot_env() or
+ * set_uboot_env(): results, messages and the environment lock are theirs.
+ * Values are texts and stay as the caller wrote them; nothing is converted or
+ * checked. A null value deletes the variable; an absent one reads as 0 with
+ * the buffer untouched. Reading, changing and writing back is three steps, of
+ * which another thread may see each.
+ *
+ * Two variables exist once per boot image. Their accessors take an index first:
+ * 0 is the first image, every other value, negative ones included, the second.
  * @{
  */
+
+/** Reads "baudrate". As get_uboot_env(). */
+BOARD_HAL_API int get_uboot_baudrate(char *buf, uint32_t buflen);
+/** Sets or deletes "baudrate". As set_uboot_env(). */
+BOARD_HAL_API int set_uboot_baudrate(const char *value);
+
+/** Reads "bootdelay". As get_uboot_env(). */
+BOARD_HAL_API int get_uboot_bootdelay(char *buf, uint32_t buflen);
+/** Sets or deletes "bootdelay". As set_uboot_env(). */
+BOARD_HAL_API int set_uboot_bootdelay(const char *value);
+
+/** Reads "bootorder". As get_uboot_env(). */
+BOARD_HAL_API int get_uboot_bootorder(char *buf, uint32_t buflen);
+/** Sets or deletes "bootorder". As set_uboot_env(). */
+BOARD_HAL_API int set_uboot_bootorder(const char *value);
+
+/** Reads "bootretrynum". As get_uboot_env(). */
+BOARD_HAL_API int get_uboot_bootretrynum(char *buf, uint32_t buflen);
+/** Sets or deletes "bootretrynum". As set_uboot_env(). */
+BOARD_HAL_API int set_uboot_bootretrynum(const char *value);
+
+/** Reads "ethaddr". As get_uboot_env(). */
+BOARD_HAL_API int get_uboot_ethaddr(char *buf, uint32_t buflen);
+/** Sets or deletes "ethaddr". As set_uboot_env(). */
+BOARD_HAL_API int set_uboot_ethaddr(const char *value);
+
+/** Reads "ipaddr". As get_uboot_env(). */
+BOARD_HAL_API int get_uboot_ipaddr(char *buf, uint32_t buflen);
+/** Sets or deletes "ipaddr". As set_uboot_env(). */
+BOARD_HAL_API int set_uboot_ipaddr(const char *value);
+
+/** Reads "serverip". As get_uboot_env(). */
+BOARD_HAL_API int get_uboot_serverip(char *buf, uint32_t buflen);
+/** Sets or deletes "serverip". As set_uboot_env(). */
+BOARD_HAL_API int set_uboot_serverip(const char *value);
+
+/** Reads "gatewayip". As get_uboot_env(). */
+BOARD_HAL_API int get_uboot_gatewayip(char *buf, uint32_t buflen);
+/** Sets or deletes "gatewayip". As set_uboot_env(). */
+BOARD_HAL_API int set_uboot_gatewayip(const char *value);
+
+/** Reads "netmask". As get_uboot_env(). */
+BOARD_HAL_API int get_uboot_netmask(char *buf, uint32_t buflen);
+/** Sets or deletes "netmask". As set_uboot_env(). */
+BOARD_HAL_API int set_uboot_netmask(const char *value);
+
+/** Reads "neverboot". As get_uboot_env(). */
+BOARD_HAL_API int get_uboot_neverboot(char *buf, uint32_t buflen);
+/** Sets or deletes "neverboot". As set_uboot_env(). */
+BOARD_HAL_API int set_uboot_neverboot(const char *value);
+
+/** Reads "fac_resume". As get_uboot_env(). */
+BOARD_HAL_API int get_uboot_fac_resume(char *buf, uint32_t buflen);
+/** Sets or deletes "fac_resume". As set_uboot_env(). */
+BOARD_HAL_API int set_uboot_fac_resume(const char *value);
+
+/** Reads "ver", the boot loader's own version. As get_uboot_env(). There is
+ *  no setter: the boot loader alone writes it. */
+BOARD_HAL_API int get_uboot_version(char *buf, uint32_t buflen);
+
+/** Reads "bootvalidflag0" (@p index 0) or "bootvalidflag1". As get_uboot_env(). */
+BOARD_HAL_API int get_uboot_bootvalidflag(int32_t index, char *buf, uint32_t buflen);
+/** Sets or deletes "bootvalidflag0" (@p index 0) or "bootvalidflag1". As set_uboot_env(). */
+BOARD_HAL_API int set_uboot_bootvalidflag(int32_t index, const char *value);
+
+/** Reads "image0ver" (@p index 0) or "image1ver". As get_uboot_env(). */
+BOARD_HAL_API int get_uboot_imageversion(int32_t index, char *buf, uint32_t buflen);
+/** Sets or deletes "image0ver" (@p index 0) or "image1ver". As set_uboot_env(). */
+BOARD_HAL_API int set_uboot_imageversion(int32_t index, const char *value);
 
 /** @} */
 

@@ -40,9 +40,13 @@ stage_lint() {
     echo "lint: clang-tidy finds nothing in the library"
 }
 
+stage_fuzz() {
+    scripts/fuzz.sh 10
+}
+
 stages=("$@")
 if [ ${#stages[@]} -eq 0 ]; then
-    stages=(format headers clang lint sanitizers)
+    stages=(format headers clang lint sanitizers fuzz)
 fi
 
 scripts/install-deps.sh check

@@ -1,21 +1,24 @@
 #!/bin/sh
 # Installs the Debian packages that are missing for a task.
-# usage: install-deps.sh build|test|check
+# usage: install-deps.sh build|test|check|bench
 #   build  compile the library, the virtual board and the examples
 #   test   build, and run the tests
 #   check  test, and the sanitizers, linters and cross checks of CI
+#   bench  build, and run the benchmarks
 set -eu
 
 build="cmake g++ ninja-build"
-test="$build libgtest-dev pkg-config"
-check="$test clang clang-format clang-tidy"
+test="$build libgtest-dev pkg-config u-boot-tools libubootenv-tool"
+check="$test clang clang-format clang-tidy libclang-rt-14-dev"
+bench="$build libbenchmark-dev zlib1g"
 
 case "${1:-}" in
 build) packages=$build ;;
 test) packages=$test ;;
 check) packages=$check ;;
+bench) packages=$bench ;;
 *)
-    echo "usage: install-deps.sh build|test|check" >&2
+    echo "usage: install-deps.sh build|test|check|bench" >&2
     exit 2
     ;;
 esac

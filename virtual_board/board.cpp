@@ -80,6 +80,7 @@ Board::Board(const Personality &personality, Clock::Mode mode)
     modules_.add("m25p80");
     plug_chips();
     attach("/dev/i2c-0", std::make_shared<I2cDev>("i2c-0", 0, i2c_[2]));
+    attach("/dev/mtdblock2", environment_);
 }
 
 Board::~Board() = default;
@@ -359,6 +360,22 @@ void Board::unmapped(const std::string &device, size_t length)
     synchronise();
     Event event = this->event(Operation::unmap, device, 0, length);
     trace.add(std::move(event));
+}
+
+void Board::mapped_at(const void *address, const OpenFile &file)
+{
+    const std::lock_guard guard(lock_);
+    mappings_[address] = file.device;
+}
+
+void Board::unmapped_at(const void *address, size_t length)
+{
+    const std::lock_guard guard(lock_);
+    const auto mapping = mappings_.extract(address);
+    if (!mapping.empty()) {
+        unmapped(mapping.mapped()->name(), length);
+        mapping.mapped()->unmapped();
+    }
 }
 
 long Board::status(const std::string &path, struct stat &status)

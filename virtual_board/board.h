@@ -30,6 +30,7 @@
 #include "virtual_board/cpus.h"
 #include "virtual_board/device.h"
 #include "virtual_board/disks.h"
+#include "virtual_board/environment_partition.h"
 #include "virtual_board/fault.h"
 #include "virtual_board/fpga.h"
 #include "virtual_board/fpga_i2c.h"
@@ -65,6 +66,7 @@ public:
     FaultPlan faults;
     Cpld &cpld() { return *cpld_; }
     Fpga &fpga() { return *fpga_; }
+    EnvironmentPartition &environment() { return *environment_; }
     Gpio &gpio() { return gpio_; }
     Host &host() { return *host_; }
     Ipmb &ipmb() { return ipmb_; }
@@ -118,6 +120,10 @@ public:
     long long seek(OpenFile &file, long long offset, int whence);
     long map(OpenFile &file, size_t length, Mapping &mapping);
     void unmapped(const std::string &device, size_t length);
+    // Where in the program a device's memory lies, and that it goes. Of the
+    // program's other memory the board knows nothing.
+    void mapped_at(const void *address, const OpenFile &file);
+    void unmapped_at(const void *address, size_t length);
     long status(const std::string &path, struct stat &status);
     // Whether each load and store of a mapped register is reported; if not, the
     // board looks for changes whenever it is synchronised.
@@ -162,6 +168,7 @@ private:
     std::recursive_mutex lock_;
     std::shared_ptr<Cpld> cpld_;
     std::shared_ptr<Fpga> fpga_;
+    std::shared_ptr<EnvironmentPartition> environment_ = std::make_shared<EnvironmentPartition>();
     Gpio gpio_;
     std::unique_ptr<Host> host_;
     Ipmb ipmb_;
@@ -185,6 +192,7 @@ private:
     std::shared_ptr<PeciBridge> peci_bridge_;
     std::map<unsigned, std::shared_ptr<Eeprom24c>> eeproms_; // by channel
     std::map<std::string, std::shared_ptr<Device>, std::less<>> nodes_;
+    std::map<const void *, std::shared_ptr<Device>> mappings_;
     size_t open_files_ = 0;
     bool stores_are_watched_ = false;
 };

@@ -60,6 +60,7 @@ public:
     // there, and transfers are the kernel's business; open() and release() are
     // still called.
     virtual std::optional<std::string> real_path() const { return std::nullopt; }
+    virtual void unmapped() {} // a mapping has gone; watched ones are not reported
     virtual void describe(struct stat &status) const { status.st_mode = S_IFCHR | 0660; }
 
     // What a trace shows of a call, and what faults select by: the command code

@@ -58,7 +58,7 @@ protected:
     // Runs adc_init(n) and returns what it said on standard error.
     std::string init_errors(uint8_t n, int result)
     {
-        CapturedOutput errors(2);
+        CapturedOutput errors(stderr);
         EXPECT_EQ(adc_init(n), result);
         return errors.take();
     }

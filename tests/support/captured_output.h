@@ -2,14 +2,16 @@
 #ifndef TESTS_SUPPORT_CAPTURED_OUTPUT_H
 #define TESTS_SUPPORT_CAPTURED_OUTPUT_H
 
+#include <stdio.h>
+
 #include <string>
 
 namespace board_test {
 
-// Redirects a descriptor for its lifetime: 1, or 2 for what perror says.
+// Redirects the stream's descriptor for its lifetime.
 class CapturedOutput {
 public:
-    explicit CapturedOutput(int descriptor = 1);
+    explicit CapturedOutput(FILE *stream = stdout);
     ~CapturedOutput();
 
     CapturedOutput(const CapturedOutput &) = delete;
@@ -19,9 +21,10 @@ public:
     std::string take();
 
 private:
+    FILE *stream_;
     int descriptor_;
     int memory_;
-    int saved_;
+    int before_;
 };
 
 } // namespace board_test

@@ -82,7 +82,7 @@ TEST_F(TerminalCallsTest, SetOptSaysWhyItCannotRead)
     const int fd = open_port(0);
     output();
     terminal_calls().fail_get = EIO;
-    CapturedOutput errors(2);
+    CapturedOutput errors(stderr);
     EXPECT_EQ(set_opt(fd, 9600, 8, 'N', 1), -1);
     EXPECT_EQ(errors.take(), "SetupSerial fail: Input/output error\n");
     EXPECT_EQ(calls(), Names{"get"}) << "neither flushed nor set";
@@ -95,7 +95,7 @@ TEST_F(TerminalCallsTest, SetOptSaysWhyItCannotApply)
     const int fd = open_port(0);
     output();
     terminal_calls().fail_set = EINVAL;
-    CapturedOutput errors(2);
+    CapturedOutput errors(stderr);
     EXPECT_EQ(set_opt(fd, 9600, 8, 'N', 1), -1);
     EXPECT_EQ(errors.take(), "com set error: Invalid argument\n");
     EXPECT_EQ(output(), "");
@@ -107,7 +107,7 @@ TEST_F(TerminalCallsTest, InitFailsWhenTheAttributesCannotBeApplied)
     terminal_calls().fail_set = EIO;
     leaves_open(1);
     leaves_descriptors(1);
-    CapturedOutput errors(2);
+    CapturedOutput errors(stderr);
     EXPECT_EQ(uart_init(0, 0), -5);
     EXPECT_EQ(errors.take(), "com set error: Input/output error\n");
     const std::string said = output();
@@ -160,7 +160,7 @@ TEST_F(TerminalCallsTest, AnUpdateThatCannotReadIsSilent)
     calls();
     prescribe(2);
     terminal_calls().fail_get = EIO;
-    CapturedOutput errors(2);
+    CapturedOutput errors(stderr);
     update_uart_baud(0);
     EXPECT_EQ(errors.take(), "");
     EXPECT_EQ(output(), "");
@@ -172,7 +172,7 @@ TEST_F(TerminalCallsTest, AnUpdateSaysWhenItCannotApply)
     open_uart(3);
     prescribe(2);
     terminal_calls().fail_set = EIO;
-    CapturedOutput errors(2);
+    CapturedOutput errors(stderr);
     update_uart_baud(0);
     EXPECT_EQ(errors.take(), "com set error: Input/output error\n");
     EXPECT_EQ(output(), "");

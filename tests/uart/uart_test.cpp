@@ -150,7 +150,7 @@ TEST_F(UartTest, InitNeedsTheDivisor)
 TEST_F(UartTest, InitSaysWhyThePortCannotBeOpened)
 {
     fails("ttyS0", Operation::open, EACCES);
-    CapturedOutput errors(2);
+    CapturedOutput errors(stderr);
     EXPECT_EQ(uart_init(0, 0), -3);
     EXPECT_EQ(errors.take(), "Can't Open Serial Port: Permission denied\n");
     EXPECT_EQ(output(), "uart_init: cann't open uart0\n");
@@ -164,7 +164,7 @@ TEST_F(UartTest, AFailedSetUpLeavesThePortOpenAndUnowned)
     board.attach("/dev/ttyS0", std::make_shared<Elsewhere>("/dev/null"));
     leaves_open(2);
     leaves_descriptors(2);
-    CapturedOutput errors(2);
+    CapturedOutput errors(stderr);
     EXPECT_EQ(uart_init(0, 0), -5);
     EXPECT_EQ(errors.take(), "SetupSerial fail: Inappropriate ioctl for device\n");
     const int32_t first = serial_handle[0];
@@ -277,7 +277,7 @@ TEST_F(UartTest, OpenPortPrintsWhatTheSecondCallAnswers)
 TEST_F(UartTest, OpenPortSaysWhyItFails)
 {
     fails("ttyS0", Operation::open, EBUSY);
-    CapturedOutput errors(2);
+    CapturedOutput errors(stderr);
     EXPECT_EQ(open_port(0), -1);
     EXPECT_EQ(errors.take(), "Can't Open Serial Port: Device or resource busy\n");
     EXPECT_EQ(output(), "");
@@ -479,7 +479,7 @@ TEST_F(UartTest, AnUpdateFailsSilently)
 {
     open_uart(3);
     prescribe(1);
-    CapturedOutput errors(2);
+    CapturedOutput errors(stderr);
     fails("fpga", Operation::open, EACCES);
     update_uart_baud(0);
     fails("fpga", Operation::ioctl, EIO);
@@ -548,7 +548,7 @@ TEST_F(UartTest, SetOptDiscardsPendingInput)
 
 TEST_F(UartTest, SetOptNeedsATerminal)
 {
-    CapturedOutput errors(2);
+    CapturedOutput errors(stderr);
     const int file = open("/dev/null", O_RDWR);
     EXPECT_EQ(set_opt(file, 9600, 8, 'N', 1), -1);
     EXPECT_EQ(errors.take(), "SetupSerial fail: Inappropriate ioctl for device\n");

@@ -359,6 +359,8 @@ void *mmap_any(void *address, size_t length, int protection, int flags, int desc
     if (mapped != MAP_FAILED && mapping.watched) {
         on->stores_are_watched(can_watch());
         watch(on, mapped, length);
+    } else if (mapped != MAP_FAILED) {
+        on->mapped_at(mapped, *file);
     }
     return mapped;
 }
@@ -787,6 +789,7 @@ int munmap(void *address, size_t length)
         on->unmapped("cpld", length);
         return 0;
     }
+    on->unmapped_at(address, length);
     return real_munmap(address, length);
 }
 
