@@ -1060,6 +1060,105 @@ BOARD_HAL_API int read_raid_err_status(void);
  * @{
  */
 
+/**
+ * Publishes the progress of an update. No lock. The copies and loaders of this
+ * library publish while they run; an application may publish what it likes.
+ *
+ * @param progress  percent.
+ * @param state     1 in progress, 3 failed; other values are the caller's.
+ */
+BOARD_HAL_API void set_upgrade_status(uint32_t progress, uint32_t state);
+
+/**
+ * The status published last, (0, 0) before the first. (100, 1) is a finished
+ * copy, state 3 a failed one. No lock, never blocks: each word is read whole,
+ * but the two may come from two calls of set_upgrade_status().
+ *
+ * @param progress  out; not checked for null.
+ * @param state     out; not checked for null.
+ * @return 0.
+ */
+BOARD_HAL_API int get_upgrade_status(uint32_t *progress, uint32_t *state);
+
+/** Stores two words for get_upgrade_mode(); the library does not use them. */
+BOARD_HAL_API void set_upgrade_mode(uint32_t mode, uint32_t value);
+
+/**
+ * The words of the last set_upgrade_mode(), (0, 0) before the first.
+ *
+ * @param mode   out; not checked for null.
+ * @param value  out; not checked for null.
+ * @return 0.
+ */
+BOARD_HAL_API int get_upgrade_mode(uint32_t *mode, uint32_t *value);
+
+/**
+ * Version of the library's interface.
+ *
+ * @param major  out: 1; not checked for null.
+ * @param minor  out: 0; not checked for null.
+ * @return 0.
+ */
+BOARD_HAL_API int get_drv_lib_version(uint8_t *major, uint8_t *minor);
+
+/**
+ * Build stamp of the library's interface, "Dec 19 2016" and "17:58:08". A text
+ * that does not fit with its NUL is not written.
+ *
+ * @param date       out.
+ * @param date_size  bytes at @p date; 12 are needed.
+ * @param time       out.
+ * @param time_size  bytes at @p time; 9 are needed.
+ * @return 0.
+ */
+BOARD_HAL_API int get_drv_build_time(char *date, uint32_t date_size, char *time,
+                                     uint32_t time_size);
+
+/**
+ * Number of boards.
+ *
+ * @param count  out: 8; not checked for null.
+ * @return 0.
+ */
+BOARD_HAL_API int get_max_board_num(uint32_t *count);
+
+/**
+ * Sets the system clock to a second; microseconds and time zone stay as they
+ * are.
+ *
+ * @param seconds  since the epoch.
+ * @return 0; -1 with errno if the clock cannot be set.
+ */
+BOARD_HAL_API int set_cur_time_stamp(uint32_t seconds);
+
+/**
+ * Version of a programmable logic unit.
+ *
+ * @param unit     0.
+ * @param type     0 CPLD, get_cpld_version(); 1 FPGA, get_fpga_version().
+ * @param version  out: the version, 255 on failure; not checked for null.
+ * @return 0; -1 other @p unit or @p type, or the version was not read.
+ * Locks: CPLD register lock or FPGA request lock.
+ */
+BOARD_HAL_API int get_unit_logic_version(uint32_t unit, uint32_t type, uint8_t *version);
+
+/**
+ * Link of the management network port, eth0.
+ *
+ * @param port  0.
+ * @param link  out: 1 up, 0 down; not checked for null.
+ * @return 0, for either; -1 other @p port ("invalid port number"), no socket
+ *         ("Cannot get control socket", with the error's text on standard
+ *         error), query not supported ("No data available\n") or failed
+ *         ("Cannot get link status", on standard error).
+ */
+BOARD_HAL_API int get_mgnt_lan_status(uint32_t port, uint8_t *link);
+
+/** Not fitted on this board. @return -1. */
+BOARD_HAL_API int get_lcd_upgrade_state(void);
+/** Not fitted on this board. @return 0. */
+BOARD_HAL_API int check_spi_bios_guid(void);
+
 /** @} */
 
 #ifdef __cplusplus
