@@ -1024,6 +1024,67 @@ BOARD_HAL_API int read_raid_err_status(void);
  * @{
  */
 
+/**
+ * Copies a whole file to an MTD partition, from the partition's start: erases
+ * as many blocks as the file touches, writes, reads back and compares. Each
+ * phase shows a progress line on standard output and publishes its share of the
+ * progress with set_upgrade_status(): erase 0 to 20, write 20 to 70, verify 70
+ * to 100, with state 1. The percentages wrap at 32 bits for a file above 42 MB.
+ *
+ * An empty file erases and writes nothing and succeeds.
+ *
+ * On failure:
+ * - before the first erase line (no memory, device or image not opened, no MTD
+ *   device, file larger than the partition) the flash is untouched and nothing
+ *   was published;
+ * - an erase that fails leaves the blocks before it erased, and the status at
+ *   the percentage reached with state 3;
+ * - a later failure leaves the partition erased, partly written or wholly
+ *   written with other contents than the file's, and the status at the value
+ *   published last, with state 1: the result alone tells it from a running copy.
+ *
+ * Nothing is restored. Files and buffers are always released.
+ *
+ * @param device  character device of the partition, opened for synchronous
+ *                writing; not checked for null.
+ * @param image   the file; not checked for null.
+ * @return 0 copied and verified; -1 otherwise, after one of "Malloc src mem
+ *         fail!", "Malloc dest mem fail!", "While trying to open %s for
+ *         read/write access\n" (device), "While trying to open %s\n" (image),
+ *         "This doesn't seem to be a valid MTD flash device!" (also for one
+ *         without erase blocks), "While trying to get the file status of %s\n",
+ *         "%s won't fit into %s!\n", "While erasing blocks 0x%.8x-0x%.8x on
+ *         %s\n", "Short read count returned while reading from %s\n", "While
+ *         reading data from %s\n", "Short write count returned while writing to
+ *         x%.8x-0x%.8x on %s: %d/%lu bytes written to flash\n", "While writing
+ *         data to 0x%.8x-0x%.8x on %s\n", "While seeking to start of %s\n",
+ *         "File does not seem to match flash data. First mismatch at
+ *         0x%.8x-0x%.8x\n".
+ * Locks: flash copy lock, for the whole copy. A failed copy releases it before
+ * it publishes state 3 and closes its files.
+ * Blocking: the whole copy, as long as the flash takes; 10 µs of sleep before
+ * each erase block and each 10240-byte chunk. Memory: two buffers of 10240
+ * bytes.
+ */
+BOARD_HAL_API int mtd_flash_copy(const char *device, const char *image);
+
+/**
+ * Copies a stretch of a file to an MTD partition, from the partition's start.
+ * Progress, locks, blocking and what a failure leaves as mtd_flash_copy().
+ *
+ * @param device  as for mtd_flash_copy().
+ * @param image   as for mtd_flash_copy().
+ * @param offset  first byte of the stretch in the file; it does not move the
+ *                place on the flash.
+ * @param length  bytes, at least 1; the percentages wrap above 42 MB.
+ * @return 0 copied and verified; -1 null pointer or @p length 0, without
+ *         message, lock or status; -1 as mtd_flash_copy(), or the stretch ends
+ *         behind the file ("%s offset illeagal!\n"), with the flash untouched;
+ *         -1 without message if the file cannot be positioned for the verify.
+ */
+BOARD_HAL_API int mtd_flash_copy_ex(const char *device, const char *image, uint32_t offset,
+                                    uint32_t length);
+
 /** @} */
 
 /* ======================================================================== */
