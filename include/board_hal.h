@@ -564,6 +564,15 @@ BOARD_HAL_API int get_fan_power_statistic(uint32_t fan, uint32_t *val);
  * @{
  */
 
+/**
+ * Hands the host's BIOS flash over.
+ *
+ * @param owner  1 the controller (the host is cut off from it), 0 the host.
+ * @return 0; -2 @p owner 2 or above ("Invalid bus val = %d\r\n").
+ * Locks: CPLD register lock.
+ */
+BOARD_HAL_API int set_bios_owner(uint8_t owner);
+
 /** @} */
 
 /* ======================================================================== */
@@ -1093,6 +1102,70 @@ BOARD_HAL_API int mtd_flash_copy_ex(const char *device, const char *image, uint3
  * Raw access to the host's BIOS flash.
  * @{
  */
+
+/**
+ * Erases the BIOS flash: takes it from the host, loads its driver, erases
+ * /dev/mtd6, gives the flash back and unloads the driver. Prints "insmod
+ * driver" and a progress line that counts one erase request per byte of the
+ * partition: the first ones erase it, one block each, the rest are empty.
+ *
+ * On failure:
+ * - owner refused: nothing was changed;
+ * - device not opened: driver unloaded, flash untouched and left with the
+ *   controller;
+ * - no MTD device, or a failed erase: driver left loaded, flash left with the
+ *   controller, in the second case partly erased;
+ * - flash not given back: erased, driver unloaded, owner as set_bios_owner()
+ *   left it.
+ *
+ * @param bios_id  0 or below.
+ * @return 0; -2 @p bios_id above 0 ("Invalid bios id = %d\r\n"), owner refused
+ *         or not given back, no MTD device ("This doesn't seem to be a valid MTD
+ *         flash device!"), erase failed ("While erasing blocks 0x%.8x-0x%.8x on
+ *         %d\n" with the descriptor); -5 the device cannot be opened.
+ * Locks: BIOS flash lock, then the CPLD register lock for the owner.
+ * Blocking: the driver's load, the erase of the whole part and as many further
+ * requests and progress texts as the partition has bytes: minutes.
+ */
+BOARD_HAL_API int bios_bulk_erase(int32_t bios_id);
+
+/**
+ * Reads the BIOS flash through /dev/mtd6 as it is found: works only while the
+ * driver is loaded, and changes neither owner nor driver.
+ *
+ * @param offset  first byte on the flash.
+ * @param buffer  out: @p length bytes; undefined after a failed read.
+ * @param length  1 to 1024. A negative length passes the check, reads nothing
+ *                and gives -5.
+ * @return @p length; -1 null @p buffer ("bios_read obuffer pointer is null");
+ *         -2 @p length 0 or above 1024 ("len error len = %d\r\n"); -5 device not
+ *         opened, not positioned or not read in full.
+ * Locks: BIOS flash lock.
+ */
+BOARD_HAL_API int bios_read(int32_t offset, uint8_t *buffer, int32_t length);
+
+/**
+ * Writes the BIOS flash, without erasing it: takes it from the host, loads its
+ * driver, writes through "dev/mtd6", gives the flash back and unloads the
+ * driver. That path is relative: the caller's working directory must lead to
+ * the device, as "/" does.
+ *
+ * On failure the driver is unloaded and the device closed. The flash stays with
+ * the controller, partly written at worst; give it back with
+ * set_bios_owner(). Only a refused owner leaves everything as it was.
+ *
+ * @param offset  first byte on the flash; 2 GiB or more cannot be positioned.
+ * @param buffer  @p length bytes.
+ * @param length  1 to 1024. A negative length passes the check, writes nothing
+ *                and gives -2 with the flash left as after a failed write.
+ * @return @p length; -1 null @p buffer ("bios_write ibuffer pointer is null");
+ *         -2 @p length 0 or above 1024 ("len error len = %d\r\n"), owner refused
+ *         or not given back, device not opened, not positioned or not written
+ *         in full (no message).
+ * Locks: BIOS flash lock, then the CPLD register lock for the owner.
+ * Blocking: the load and unload of the driver.
+ */
+BOARD_HAL_API int bios_write(uint32_t offset, const uint8_t *buffer, int32_t length);
 
 /** @} */
 
