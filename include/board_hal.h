@@ -1176,6 +1176,166 @@ BOARD_HAL_API int bios_write(uint32_t offset, const uint8_t *buffer, int32_t len
  * @{
  */
 
+/** GUID of the firmware volume that holds the OEM data, in UEFI byte order. */
+BOARD_HAL_API extern uint8_t g_OemFvGuid[16];
+/** Name GUID of the OEM data file in that volume, in UEFI byte order. */
+BOARD_HAL_API extern uint8_t g_OemDataGuid[16];
+
+/**
+ * Copies a stretch of a file to the BIOS flash: erases, writes, reads back and
+ * compares. The caller must own the flash and have its driver loaded; neither
+ * is changed.
+ *
+ * Progress is published with set_upgrade_status() and state 1. One copy covers
+ * 100 / divisor points from base: erase 0 to 40 of 100, write to 80, verify to
+ * 100, where divisor = weight * stages and base = ((number - 1) * 100) /
+ * divisor + 100 / stages (the last term only if the stage byte names a number
+ * of stages). All are bytes and wrap at 256, so that the published percentage
+ * may pass 100 and fall back.
+ *
+ * On failure as mtd_flash_copy(): the flash is untouched up to the first erase
+ * line, and erased, partly written or different after it. A failed erase leaves
+ * the percentage reached with state 3, other failures the value published last
+ * with state 1.
+ *
+ * @param device        character device of the flash.
+ * @param flash_offset  first byte on the flash, a multiple of its erase size.
+ * @param image         the file.
+ * @param image_offset  first byte in the file.
+ * @param length        bytes; 0 succeeds without opening a file. The
+ *                      percentages wrap above 21 MB.
+ * @param stage         high nibble: stages of the whole update, 0 as 1; low
+ *                      nibble: number of this copy in the BIOS step, from 1.
+ * @param weight        copies that make up the BIOS step, at least 1.
+ * @return 0 copied and verified; -2 @p weight times stages is 0 in its low byte
+ *         (no message, nothing done); -2 with the messages of mtd_flash_copy(),
+ *         or "%s too small!\n" (stretch behind the end of the file), "spi offset
+ *         %ld won't fit erase %d the device %s\r\n"; -2 without message if the
+ *         flash cannot be positioned, or the file for the verify.
+ * Locks: BIOS flash lock, for the whole copy; released as in mtd_flash_copy().
+ * Blocking and memory: as mtd_flash_copy().
+ */
+BOARD_HAL_API int spi_flash_copy(const char *device, uint32_t flash_offset, const char *image,
+                                 uint32_t image_offset, int32_t length, uint8_t stage,
+                                 uint8_t weight);
+
+/**
+ * Saves the start of the BIOS flash to a file: takes the flash from the host,
+ * loads its driver, reads, gives the flash back and unloads the driver. Shows a
+ * percentage on standard output; the upgrade status is not touched.
+ *
+ * On failure:
+ * - bad argument or no memory: nothing was changed;
+ * - file not created: owner and driver untouched;
+ * - owner refused: the file was created and is empty, driver not loaded;
+ * - read or file write failed: driver unloaded, flash left with the controller
+ *   (give it back with set_bios_owner()), the file empty or incomplete;
+ * - flash not given back: the file is complete, driver unloaded.
+ *
+ * @param path  the file, created or overwritten.
+ * @param size  bytes, at most 0x800000. The flash is read in whole kilobytes;
+ *              of the last one only what @p size asks for is kept.
+ * @return 0; -2 null @p path ("get_bios:filename is a invalid argument\r"),
+ *         @p size too large ("get_bios:filesize is a invalid argument\r"), owner
+ *         refused (no message) or not given back ("set bios owner fails.\r");
+ *         -6 "get_bios:no memory\r"; -7 file not created ("get_bios:open file %s
+ *         fail\r\n"), flash not read ("get_bios:read fail") or file not written
+ *         ("get_bios:get fail").
+ * Locks: BIOS image lock for the whole call, the BIOS flash lock per read, the
+ * CPLD register lock for the owner.
+ * Blocking: 1 s, then one open, read and close per kilobyte with 1 µs of sleep:
+ * minutes for a whole flash. Memory: @p size bytes.
+ */
+BOARD_HAL_API int get_bios(const char *path, uint32_t size);
+
+/**
+ * Updates the BIOS flash from an image file: takes the flash from the host,
+ * loads its driver, copies and verifies, gives the flash back and unloads the
+ * driver.
+ *
+ * What is copied depends on the upgrade flags in the OEM data of the flash (0
+ * if it has none) and of the image. If they differ in any of 32 bits, it is the
+ * upper half: @p image_size / 2 bytes from byte @p image_size / 2 of the file
+ * (@p image_offset is not added) to the same place on the flash. If they are
+ * equal, it is the regions that the image lists, up to 11; the rest of the
+ * flash stays as it is, and an empty list succeeds.
+ *
+ * On failure the upgrade status is (0, 3), the driver unloaded and the flash
+ * offered to the host again, whatever it now holds: partly erased or written
+ * after a failed copy, with the regions before it already replaced. A refused
+ * owner changes nothing but the status. On success the status is left as the
+ * last copy set it.
+ *
+ * @param device        character device of the flash, "/dev/mtd6".
+ * @param image         the file.
+ * @param image_offset  first byte of the image in the file.
+ * @param image_size    bytes; at least 4096 and large enough to hold the OEM
+ *                      volume.
+ * @param stages        stages of the whole update; the low four bits count.
+ * @return 0; -2 null pointer (no message, lock or status), owner refused or not
+ *         given back, no OEM data in the image ("read file %s size error
+ *         %d\r\n", "%s %d pnvDataheader is overrunning array of 4096 bytes!\n",
+ *         "%s %d poemData is overrunning array of 4096 bytes!\n" or no
+ *         message), a twelfth region, a region longer than @p image_size or
+ *         beyond 0x800000, a region count whose low byte is 0 (but for 0), or a
+ *         copy failed, after its own message. "open error" alone is no failure:
+ *         the flash was taken to have no flag.
+ * Locks: BIOS image lock for the whole call, the BIOS flash lock per copy, the
+ * CPLD register lock for the owner. On failure the image lock is released
+ * before the status is set and the driver unloaded.
+ * Blocking: driver load, and each copy as spi_flash_copy(): minutes.
+ */
+BOARD_HAL_API int load_bios(const char *device, const char *image, uint32_t image_offset,
+                            uint32_t image_size, uint32_t stages);
+
+/**
+ * Writes the start of a file to the start of the BIOS flash, whatever either
+ * holds: takes the flash from the host, loads its driver, copies and verifies,
+ * gives the flash back and unloads the driver. What a failure leaves, locks and
+ * blocking as load_bios().
+ *
+ * @param device  character device of the flash, "/dev/mtd6".
+ * @param image   the file.
+ * @param unused  ignored.
+ * @param length  bytes; 0 succeeds and copies nothing.
+ * @param stages  stages of the whole update; the low four bits count.
+ * @return 0; -2 null pointer (no message, lock or status), owner refused or not
+ *         given back, or the copy failed, after its own message.
+ */
+BOARD_HAL_API int load_bios_bin(const char *device, const char *image, uint32_t unused,
+                                int32_t length, uint32_t stages);
+
+/**
+ * Whether an image needs a full upgrade: whether the top bytes of the upgrade
+ * flags of flash (0 if it has none) and image differ. Takes the flash from the
+ * host and loads its driver for the time of the read. load_bios() compares all
+ * 32 bits, and takes its full path for pairs that this operation calls equal.
+ *
+ * Do not run it beside another image operation: if the image has no OEM data,
+ * the flash is offered to the host, the image lock released and the driver
+ * unloaded a second time, after the first release.
+ *
+ * On failure the flash is with the host and the driver unloaded, but for a
+ * refused owner (nothing changed but the status) and a flash that was not given
+ * back (driver unloaded, status unchanged). Flash contents never change.
+ *
+ * @param device        character device of the flash, "/dev/mtd6".
+ * @param image         the file.
+ * @param image_offset  first byte of the image in the file.
+ * @param image_size    bytes; at least 4096.
+ * @return 0 full upgrade; -2 the top bytes are equal, null pointer (no message,
+ *         lock or status), owner refused (status (0, 3)) or not given back, no
+ *         OEM data in the image (status (0, 3); messages of load_bios(), then
+ *         "read upgrade flag fail from file\r"). "open error" and "read upgrade
+ *         flag fail from flash\r" are no failures.
+ * Locks: BIOS image lock while the flash is read, the CPLD register lock for
+ * the owner.
+ * Blocking: load and unload of the driver and a read of the flash up to its OEM
+ * data.
+ */
+BOARD_HAL_API int isFullUpgrade(const char *device, const char *image, uint32_t image_offset,
+                                uint32_t image_size);
+
 /** @} */
 
 /* ======================================================================== */
