@@ -1345,6 +1345,53 @@ BOARD_HAL_API int isFullUpgrade(const char *device, const char *image, uint32_t 
  * @{
  */
 
+/**
+ * Programs a CPLD with a byte-code file, through one request to the CPLD driver
+ * on /dev/ipmc_cpld. Takes no lock: do not run two CPLD programs at once.
+ *
+ * A failure before the request leaves the CPLD untouched; after a failed
+ * request it is as the driver left it. There is no retry.
+ *
+ * @param path          the file; must be writable.
+ * @param component_id  the low byte names the CPLD and is not checked; 6 has a
+ *                      trailer of its own.
+ * @param offset        file position of the program. As many bytes as the file
+ *                      has are read from there, so that only 0 works.
+ * @param unused        ignored.
+ * @return the driver's result, 0 for success; -1 null @p path ("file name wrong
+ *         !!!"), device not opened ("cpld_init: open fail\r"), no memory
+ *         ("allocate space for cpld file fails.\r"), file empty or absent ("Get
+ *         file length(%ld) is invalid\r\n"), not opened ("open file %s
+ *         fail\r\n"), not positioned ("seek file %s fail\r\n"), not read ("read
+ *         file %s fail\r\n") or larger than 524285 bytes, for component 6
+ *         524283 ("get_pcb_ver or get_board_id  is fail\r", whatever the name).
+ * Blocking: until the driver has run the program. Memory: 524296 bytes.
+ */
+BOARD_HAL_API int load_cpld(const char *path, uint32_t component_id, int32_t offset,
+                            uint32_t unused);
+
+/**
+ * Runs a program that is built into the library on a CPLD. Lock, blocking,
+ * memory and what a failure leaves as load_cpld().
+ *
+ * @param cmd_type      1 or 2.
+ * @param component_id  for type 2 the low byte: 5 or 6; ignored for type 1.
+ * @return the driver's result, 0 for success; -1 other @p cmd_type ("wrong cmd
+ *         type!!!") or @p component_id ("wrong cpld component id!!!"), device
+ *         not opened ("cpld_init: open fail\r"), no memory ("allocate space for
+ *         fpga file fails.\r", although it is the CPLD's).
+ */
+BOARD_HAL_API int cpld_cmd(int32_t cmd_type, uint32_t component_id);
+
+/**
+ * Progress steps that a CPLD update is reported in.
+ *
+ * @param component_id  ignored.
+ * @param count         out: 60.
+ * @return 0; -2 null @p count ("get_cpld_upgrade_count:count pointer is null").
+ */
+BOARD_HAL_API int get_cpld_upgrade_count(uint32_t component_id, uint32_t *count);
+
 /** @} */
 
 /* ======================================================================== */
