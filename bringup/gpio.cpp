@@ -100,9 +100,7 @@ int gpio_init(void)
     return 0;
 }
 
-void gpio_clean(void)
-{
-}
+void gpio_clean(void) {}
 
 int set_heart_beat_led(const char *level)
 {

@@ -101,8 +101,7 @@ int read_bit(CpldBits bits, uint8_t *val)
 
 // The lock is taken before the selector is judged, so that a refused call too
 // waits for a press or release in progress.
-template <size_t N>
-int read_selected(const Selected (&table)[N], uint32_t selector, uint8_t *val)
+template <size_t N> int read_selected(const Selected (&table)[N], uint32_t selector, uint8_t *val)
 {
     const MutexGuard guard(cpld_reg_lock);
     const CpldBits *bits = find(table, selector);
@@ -113,8 +112,7 @@ int read_selected(const Selected (&table)[N], uint32_t selector, uint8_t *val)
     return 0;
 }
 
-template <size_t N>
-int write_selected(const Selected (&table)[N], uint32_t selector, uint8_t val)
+template <size_t N> int write_selected(const Selected (&table)[N], uint32_t selector, uint8_t val)
 {
     const MutexGuard guard(cpld_reg_lock);
     const CpldBits *bits = find(table, selector);

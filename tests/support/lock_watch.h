@@ -1,0 +1,28 @@
+// Which of the library's locks are held, by name.
+#ifndef TESTS_SUPPORT_LOCK_WATCH_H
+#define TESTS_SUPPORT_LOCK_WATCH_H
+
+#include <string>
+#include <vector>
+
+#include "virtual_board/board.h"
+
+namespace board_test {
+
+// Follows the mutexes that lie in libboard_hal.so, and notes each lock and
+// unlock in the board's trace under the mutex's own name.
+class LockWatch {
+public:
+    explicit LockWatch(virtual_board::Board &board);
+    ~LockWatch();
+
+    LockWatch(const LockWatch &) = delete;
+    LockWatch &operator=(const LockWatch &) = delete;
+
+    // Names of the held locks, sorted.
+    std::vector<std::string> held() const;
+};
+
+} // namespace board_test
+
+#endif

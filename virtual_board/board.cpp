@@ -1,0 +1,309 @@
+#include "virtual_board/board.h"
+
+#include <string.h>
+
+#include <algorithm>
+#include <array>
+#include <functional>
+
+#include "board_hal_cpld.h"
+
+namespace virtual_board {
+
+namespace {
+
+// A node that opens and does nothing else.
+class BareNode : public Device {
+public:
+    using Device::Device;
+};
+
+// Everything below these is the board's; a name is matched up to its number.
+constexpr std::string_view board_devices[] = {
+    "/dev/ipmc_", "/dev/i2c-", "/dev/rtc", "/dev/spear_adc", "/dev/spi", "/dev/ttyS", "/dev/mtd",
+};
+constexpr std::string_view board_trees[] = {Gpio::root, "/ko/"};
+
+std::vector<uint8_t> bytes_of(const void *data, size_t count)
+{
+    const auto *bytes = static_cast<const uint8_t *>(data);
+    return {bytes, bytes + count};
+}
+
+// Longest piece of a transfer that a trace keeps.
+constexpr size_t trace_max = 512;
+
+} // namespace
+
+Board::Board(const Personality &personality, Clock::Mode mode)
+    : clock(mode), cpld_(std::make_shared<Cpld>()), fpga_(std::make_shared<Fpga>(clock)),
+      host_(std::make_unique<Host>(clock, *cpld_, *fpga_))
+{
+    cpld_->set(CPLD_REG_BOARD_ID, personality.board_id);
+    cpld_->set(CPLD_REG_PCB_VERSION, personality.pcb_version);
+    cpld_->set(CPLD_REG_BOM_VERSION, personality.bom_version);
+    cpld_->set(CPLD_REG_PRODUCT_ID, personality.product_id);
+    cpld_->set(CPLD_REG_CPLD_VERSION, personality.cpld_version);
+    for (uint32_t i = 0; i < personality.cpld_compile_time.size(); ++i) {
+        cpld_->set(CPLD_REG_COMPILE_TIME_0 + i, personality.cpld_compile_time[i]);
+    }
+    cpld_->set(CPLD_REG_POWER_BUTTON,
+               personality.power_button_locked ? 0 : CPLD_POWER_BUTTON_ENABLE);
+    if (personality.host_powered) {
+        cpld_->set(CPLD_REG_POWER_STATE, CPLD_POWER_GOOD);
+        cpld_->set(CPLD_REG_CHIPSET, CPLD_CHIPSET_STATUS);
+    }
+    attach("/dev/ipmc_cpld", cpld_);
+    attach("/dev/ipmc_fpga", fpga_);
+    attach("/dev/i2c-0", std::make_shared<BareNode>("i2c-0"));
+    attach("/dev/rtc", std::make_shared<BareNode>("rtc"));
+}
+
+Board::~Board() = default;
+
+void Board::attach(const std::string &path, std::shared_ptr<Device> device)
+{
+    nodes_[path] = std::move(device);
+}
+
+bool Board::owns(std::string_view path)
+{
+    const auto begins = [path](std::string_view prefix) { return path.starts_with(prefix); };
+    return std::any_of(std::begin(board_devices), std::end(board_devices), begins) ||
+           std::any_of(std::begin(board_trees), std::end(board_trees), begins);
+}
+
+std::shared_ptr<Device> Board::find(std::string_view path)
+{
+    const auto node = nodes_.find(path);
+    if (node != nodes_.end()) {
+        return node->second;
+    }
+    return path.starts_with(Gpio::root) ? gpio_.find(path) : nullptr;
+}
+
+Event Board::event(Operation operation, std::string device, uint32_t address, uint64_t count) const
+{
+    Event event;
+    event.time_us = clock.now_us();
+    event.operation = operation;
+    event.device = std::move(device);
+    event.address = address;
+    event.count = count;
+    return event;
+}
+
+Event Board::event(Operation operation, const OpenFile &file, uint32_t address,
+                   uint64_t count) const
+{
+    return event(operation, file.device->name(), address, count);
+}
+
+long Board::finish(Event &&event, long result)
+{
+    event.result = result;
+    trace.add(std::move(event));
+    return result;
+}
+
+long Board::open(const std::string &path, int flags, std::shared_ptr<OpenFile> &file)
+{
+    const std::lock_guard guard(lock_);
+    synchronise();
+    auto opened = std::make_shared<OpenFile>();
+    opened->path = path;
+    opened->flags = flags;
+    opened->device = find(path);
+    Event event = this->event(Operation::open, opened->device ? opened->device->name() : path,
+                              static_cast<uint32_t>(flags), 0);
+    if (!opened->device) {
+        return finish(std::move(event), -ENOENT);
+    }
+    const Fault *fault = faults.strike(event.device, Operation::open, event.address);
+    const long result =
+        fault != nullptr ? -static_cast<long>(fault->value) : opened->device->open(*opened);
+    if (result >= 0) {
+        ++open_files_;
+        file = std::move(opened);
+    }
+    return finish(std::move(event), result);
+}
+
+long Board::close(OpenFile &file)
+{
+    const std::lock_guard guard(lock_);
+    synchronise();
+    file.device->release(file);
+    --open_files_;
+    return finish(event(Operation::close, file, 0, 0), 0);
+}
+
+// One transfer with the faults that strike it. `answers` tells a read, whose
+// buffer holds the answer afterwards.
+long Board::move(OpenFile &file, Event &event, size_t count, bool answers, void *buffer,
+                 const std::function<long(size_t)> &transfer)
+{
+    const Fault *fault = faults.strike(event.device, event.operation, event.address);
+    if (fault == nullptr) {
+        return transfer(count);
+    }
+    switch (fault->kind) {
+    case Fault::Kind::error:
+        return -static_cast<long>(fault->value);
+    case Fault::Kind::result:
+        return static_cast<long>(fault->value);
+    case Fault::Kind::late_result:
+        transfer(count);
+        return static_cast<long>(fault->value);
+    case Fault::Kind::short_count:
+        return transfer(std::min(count, static_cast<size_t>(fault->value)));
+    case Fault::Kind::lie:
+        file.offset += static_cast<long long>(count);
+        return static_cast<long>(count);
+    case Fault::Kind::bit_flip: {
+        const long result = transfer(count);
+        const auto bit = static_cast<size_t>(fault->value);
+        if (answers && result > 0 && bit / 8 < static_cast<size_t>(result)) {
+            static_cast<uint8_t *>(buffer)[bit / 8] ^= static_cast<uint8_t>(1U << bit % 8);
+        }
+        return result;
+    }
+    case Fault::Kind::delay:
+        clock.advance_us(static_cast<uint64_t>(fault->value));
+        return transfer(count);
+    }
+    return -EIO;
+}
+
+long Board::read(OpenFile &file, void *buffer, size_t count)
+{
+    const std::lock_guard guard(lock_);
+    synchronise();
+    Event event =
+        this->event(Operation::read, file, file.device->address_of(file, buffer, count), count);
+    event.bytes = bytes_of(buffer, std::min(file.device->request_length(buffer, count), trace_max));
+    const long result = move(file, event, count, true, buffer, [&](size_t allowed) {
+        return file.device->read(file, buffer, allowed);
+    });
+    if (result > 0 && result <= 9999) {
+        // Register reads answer four bytes into a call that asked for one.
+        event.answer = bytes_of(buffer, std::min(static_cast<size_t>(result), trace_max));
+    }
+    return finish(std::move(event), result);
+}
+
+long Board::write(OpenFile &file, const void *buffer, size_t count)
+{
+    const std::lock_guard guard(lock_);
+    synchronise();
+    Event event =
+        this->event(Operation::write, file, file.device->address_of(file, buffer, count), count);
+    event.bytes = bytes_of(buffer, std::min(file.device->record_length(buffer, count), trace_max));
+    const long result = move(file, event, count, false, nullptr, [&](size_t allowed) {
+        return file.device->write(file, buffer, allowed);
+    });
+    return finish(std::move(event), result);
+}
+
+long Board::ioctl(OpenFile &file, uint32_t request, void *argument)
+{
+    const std::lock_guard guard(lock_);
+    synchronise();
+    Event event = this->event(Operation::ioctl, file, request, 0);
+    const long result = move(file, event, 0, false, nullptr,
+                             [&](size_t) { return file.device->ioctl(file, request, argument); });
+    return finish(std::move(event), result);
+}
+
+long long Board::seek(OpenFile &file, long long offset, int whence)
+{
+    const std::lock_guard guard(lock_);
+    synchronise();
+    Event event = this->event(Operation::seek, file, static_cast<uint32_t>(offset), 0);
+    const Fault *fault = faults.strike(event.device, Operation::seek, event.address);
+    const long long result = fault == nullptr ? file.device->seek(file, offset, whence)
+                             : fault->kind == Fault::Kind::error ? -fault->value
+                                                                 : fault->value;
+    event.result = result;
+    trace.add(std::move(event));
+    return result;
+}
+
+long Board::map(OpenFile &file, size_t length, Mapping &mapping)
+{
+    const std::lock_guard guard(lock_);
+    synchronise();
+    Event event = this->event(Operation::map, file, 0, length);
+    const Fault *fault = faults.strike(event.device, Operation::map, 0);
+    if (fault == nullptr) {
+        return finish(std::move(event), file.device->map(file, length, mapping));
+    }
+    if (fault->kind == Fault::Kind::result) {
+        mapping.forced_address = static_cast<uintptr_t>(fault->value);
+        return finish(std::move(event), 0);
+    }
+    return finish(std::move(event), -static_cast<long>(fault->value));
+}
+
+void Board::unmapped(const std::string &device, size_t length)
+{
+    const std::lock_guard guard(lock_);
+    synchronise();
+    Event event = this->event(Operation::unmap, device, 0, length);
+    trace.add(std::move(event));
+}
+
+long Board::status(const std::string &path, struct stat &status)
+{
+    const std::lock_guard guard(lock_);
+    const std::shared_ptr<Device> device = find(path);
+    if (!device) {
+        return -ENOENT;
+    }
+    status = {};
+    device->describe(status);
+    return 0;
+}
+
+void Board::loaded(uint32_t offset)
+{
+    const std::lock_guard guard(lock_);
+    Event event = this->event(Operation::load, cpld_->name(), offset, 1);
+    event.result = cpld_->get(offset);
+    trace.add(std::move(event));
+}
+
+void Board::stored(uint32_t offset, uint8_t before)
+{
+    const std::lock_guard guard(lock_);
+    Event event = this->event(Operation::store, cpld_->name(), offset, 1);
+    event.result = cpld_->get(offset);
+    event.bytes = {before, cpld_->get(offset)};
+    trace.add(std::move(event));
+    cpld_->stored(offset, before);
+}
+
+void Board::slept(uint64_t duration_us)
+{
+    const std::lock_guard guard(lock_);
+    synchronise();
+    trace.add(event(Operation::sleep, "", 0, duration_us));
+    clock.advance_us(duration_us);
+}
+
+void Board::synchronise()
+{
+    const std::lock_guard guard(lock_);
+    if (!stores_are_watched_) {
+        cpld_->find_stores([this](uint32_t offset, uint8_t before) { stored(offset, before); });
+    }
+    clock.run_due();
+}
+
+void Board::note(Operation operation, std::string device)
+{
+    const std::lock_guard guard(lock_);
+    trace.add(event(operation, std::move(device), 0, 0));
+}
+
+} // namespace virtual_board

@@ -1,0 +1,114 @@
+// The virtual board: its devices, the paths that lead to them, its faults and
+// its trace.
+#ifndef VIRTUAL_BOARD_BOARD_H
+#define VIRTUAL_BOARD_BOARD_H
+
+#include <stddef.h>
+#include <stdint.h>
+#include <sys/stat.h>
+
+#include <functional>
+#include <map>
+#include <memory>
+#include <mutex>
+#include <string>
+#include <string_view>
+#include <utility>
+
+#include "virtual_board/clock.h"
+#include "virtual_board/cpld.h"
+#include "virtual_board/device.h"
+#include "virtual_board/fault.h"
+#include "virtual_board/fpga.h"
+#include "virtual_board/gpio.h"
+#include "virtual_board/host.h"
+#include "virtual_board/personality.h"
+#include "virtual_board/trace.h"
+
+namespace virtual_board {
+
+class Board {
+public:
+    explicit Board(const Personality &personality = {},
+                   Clock::Mode mode = Clock::Mode::virtual_time);
+    ~Board();
+
+    Board(const Board &) = delete;
+    Board &operator=(const Board &) = delete;
+
+    // Backend face. While programs run in other threads, go through act().
+    Clock clock;
+    Trace trace;
+    FaultPlan faults;
+    Cpld &cpld() { return *cpld_; }
+    Fpga &fpga() { return *fpga_; }
+    Gpio &gpio() { return gpio_; }
+    Host &host() { return *host_; }
+
+    // Puts a device at a path, or takes it away.
+    void attach(const std::string &path, std::shared_ptr<Device> device);
+    void detach(const std::string &path) { nodes_.erase(path); }
+
+    // Runs a piece of the backend with the board standing still.
+    template <typename Action> auto act(Action &&action)
+    {
+        const std::lock_guard guard(lock_);
+        return std::forward<Action>(action)();
+    }
+
+    // Bus face: what the shim calls. Results are a driver's (see Device).
+
+    // Whether the path is in the board's name space: no such path ever reaches
+    // the machine that the board runs on.
+    static bool owns(std::string_view path);
+    long open(const std::string &path, int flags, std::shared_ptr<OpenFile> &file);
+    long close(OpenFile &file);
+    long read(OpenFile &file, void *buffer, size_t count);
+    long write(OpenFile &file, const void *buffer, size_t count);
+    long ioctl(OpenFile &file, uint32_t request, void *argument);
+    long long seek(OpenFile &file, long long offset, int whence);
+    long map(OpenFile &file, size_t length, Mapping &mapping);
+    void unmapped(const std::string &device, size_t length);
+    long status(const std::string &path, struct stat &status);
+    // Whether each load and store of a mapped register is reported; if not, the
+    // board looks for changes whenever it is synchronised.
+    void stores_are_watched(bool watched) { stores_are_watched_ = watched; }
+    // A load or a store of a mapped register, as it happens.
+    void loaded(uint32_t offset);
+    void stored(uint32_t offset, uint8_t before);
+    // A sleep; in real time the caller has slept.
+    void slept(uint64_t duration_us);
+    // Finds unwatched stores and runs what is due; called between the program's
+    // accesses.
+    void synchronise();
+    // Takes note of something that is no access, such as a lock.
+    void note(Operation operation, std::string device);
+
+    // Opens not yet closed.
+    size_t open_files() const { return open_files_; }
+
+    // For fork: the board's lock is held over it and free in both processes.
+    void before_fork() { lock_.lock(); }
+    void after_fork() { lock_.unlock(); }
+
+private:
+    std::shared_ptr<Device> find(std::string_view path);
+    Event event(Operation operation, std::string device, uint32_t address, uint64_t count) const;
+    Event event(Operation operation, const OpenFile &file, uint32_t address, uint64_t count) const;
+    long finish(Event &&event, long result);
+    long move(OpenFile &file, Event &event, size_t count, bool answers, void *buffer,
+              const std::function<long(size_t)> &transfer);
+
+    std::recursive_mutex lock_;
+    std::shared_ptr<Cpld> cpld_;
+    std::shared_ptr<Fpga> fpga_;
+    Gpio gpio_;
+    std::unique_ptr<Host> host_;
+    std::map<std::string, std::shared_ptr<Device>, std::less<>> nodes_;
+    size_t open_files_ = 0;
+    bool stores_are_watched_ = false;
+};
+
+} // namespace virtual_board
+
+#endif

@@ -1,0 +1,75 @@
+// What a device model shows to the bus: the file operations of its node.
+#ifndef VIRTUAL_BOARD_DEVICE_H
+#define VIRTUAL_BOARD_DEVICE_H
+
+#include <errno.h>
+#include <stddef.h>
+#include <stdint.h>
+#include <sys/stat.h>
+
+#include <memory>
+#include <optional>
+#include <string>
+
+namespace virtual_board {
+
+class Device;
+
+// One open of a node.
+struct OpenFile {
+    std::string path;
+    int flags = 0;
+    long long offset = 0;
+    std::shared_ptr<Device> device;
+};
+
+// Memory that a device maps into the program.
+struct Mapping {
+    int descriptor = -1;                          // shared memory object to map
+    bool watched = false;                         // the device wants to see each load and store
+    std::optional<uintptr_t> forced_address = {}; // a fault: answered instead of a mapping
+};
+
+// Results are those of a Linux driver: a negative errno, or what the system
+// call returns. The shim turns them into errno and -1; everything else, such as
+// the FPGA driver's numbers above 9999, passes as it is.
+//
+// Every call is made with the board's lock held.
+class Device {
+public:
+    explicit Device(std::string name) : name_(std::move(name)) {}
+    virtual ~Device() = default;
+
+    Device(const Device &) = delete;
+    Device &operator=(const Device &) = delete;
+
+    // Names the device in faults and traces.
+    const std::string &name() const { return name_; }
+
+    virtual long open(OpenFile &) { return 0; }
+    virtual void release(OpenFile &) {}
+    virtual long read(OpenFile &, void *, size_t) { return -EINVAL; }
+    virtual long write(OpenFile &, const void *, size_t) { return -EINVAL; }
+    virtual long ioctl(OpenFile &, uint32_t, void *) { return -ENOTTY; }
+    virtual long long seek(OpenFile &, long long, int) { return -ESPIPE; }
+    virtual long map(OpenFile &, size_t, Mapping &) { return -ENODEV; }
+    virtual void describe(struct stat &status) const { status.st_mode = S_IFCHR | 0660; }
+
+    // What a trace shows of a call, and what faults select by: the command code
+    // of a record, a register, an offset. The default knows nothing of records.
+    virtual uint32_t address_of(const OpenFile &file, const void *, size_t) const
+    {
+        return static_cast<uint32_t>(file.offset);
+    }
+    // Bytes that a read takes in before it answers, and that a write takes,
+    // when they are not the count of the call.
+    virtual size_t request_length(const void *, size_t) const { return 0; }
+    virtual size_t record_length(const void *, size_t count) const { return count; }
+
+private:
+    std::string name_;
+};
+
+} // namespace virtual_board
+
+#endif

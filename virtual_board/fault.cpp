@@ -1,0 +1,34 @@
+#include "virtual_board/fault.h"
+
+namespace virtual_board {
+
+Fault &FaultPlan::add(Fault fault)
+{
+    faults_.push_back(std::move(fault));
+    return faults_.back();
+}
+
+const Fault *FaultPlan::strike(const std::string &device, Operation operation, uint32_t address)
+{
+    for (Fault &fault : faults_) {
+        if (fault.device != device || fault.operation != operation ||
+            (fault.address && *fault.address != address)) {
+            continue;
+        }
+        if (fault.skip > 0) {
+            --fault.skip;
+            continue;
+        }
+        if (fault.times != 0 && fault.hits >= fault.times) {
+            continue;
+        }
+        if (fault.per_mille < 1000 && random_() % 1000 >= fault.per_mille) {
+            continue;
+        }
+        ++fault.hits;
+        return &fault;
+    }
+    return nullptr;
+}
+
+} // namespace virtual_board

@@ -1,0 +1,34 @@
+// Descriptors of the program that lead to the board.
+#ifndef VIRTUAL_BOARD_SHIM_DESCRIPTORS_H
+#define VIRTUAL_BOARD_SHIM_DESCRIPTORS_H
+
+#include <map>
+#include <memory>
+#include <mutex>
+#include <vector>
+
+#include "virtual_board/device.h"
+
+namespace virtual_board::shim {
+
+// Each number is backed by a real placeholder descriptor, so that the kernel
+// never hands it out a second time. Duplicates share one open file.
+class Descriptors {
+public:
+    void add(int descriptor, std::shared_ptr<OpenFile> file);
+    std::shared_ptr<OpenFile> find(int descriptor);
+    // Drops a number; the open file if it was its last one.
+    std::shared_ptr<OpenFile> remove(int descriptor, bool &last);
+    std::vector<int> all();
+
+    void before_fork() { lock_.lock(); }
+    void after_fork() { lock_.unlock(); }
+
+private:
+    std::mutex lock_;
+    std::map<int, std::shared_ptr<OpenFile>> files_;
+};
+
+} // namespace virtual_board::shim
+
+#endif
