@@ -8,6 +8,7 @@
 
 #include "board_hal.h"
 #include "common/fpga_driver.h"
+#include "support/byte_count.h"
 #include "support/heap_buffer.h"
 
 using namespace board_hal;
@@ -26,14 +27,6 @@ constexpr int32_t bt_send_max = 254; // header included
 constexpr int32_t kcs_receive_max = 100;
 constexpr int32_t kcs_send_max = 100;
 constexpr int32_t reserved_ram_size = 1024;
-
-// Lengths are checked against their upper limit alone, so a negative one gets
-// this far; with its header or without, it must not turn into a count of 4 GiB.
-constexpr size_t count_of(int32_t len, int32_t header = 0)
-{
-    const int64_t count = int64_t{len} + header;
-    return count > 0 ? static_cast<size_t>(count) : 0;
-}
 
 int status_get(FpgaCommand command, int32_t chan, uint8_t *status)
 {

@@ -18,7 +18,6 @@ extern "C" {
 int32_t dev_handle_adc;
 int32_t serial_handle[1];
 uint8_t g_caterr_flag;
-uint8_t g_cpu_mce_flag;
 uint8_t g_ucserial_direction;
 uint32_t g_slot_of_pcie_riser = 2;
 uint32_t g_pcie_riser_fru_id = 5;

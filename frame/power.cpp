@@ -1,12 +1,13 @@
 // Host power, reset lines, buttons, NMI and ACPI state.
 
-#include <stddef.h>
 #include <stdint.h>
 #include <stdio.h>
 #include <unistd.h>
 
 #include "board_hal.h"
 #include "common/cpld_window.h"
+#include "frame/selected_bits.h"
+#include "support/null_check.h"
 
 using namespace board_hal;
 
@@ -22,12 +23,6 @@ constexpr CpldBits power_good{CPLD_REG_POWER_STATE, CPLD_POWER_GOOD};
 constexpr CpldBits acpi_s4{CPLD_REG_POWER_STATE, CPLD_ACPI_S4};
 constexpr CpldBits clear_cmos{CPLD_REG_CHIPSET, CPLD_CLEAR_CMOS};
 constexpr CpldBits nmi_request{CPLD_REG_CHIPSET, CPLD_NMI_REQUEST};
-
-// A selector of the caller's and the bits that it names.
-struct Selected {
-    uint32_t selector;
-    CpldBits bits;
-};
 
 constexpr Selected power_events_read[] = {
     {0, {CPLD_REG_POWER_BUTTON, CPLD_POWER_EVENT_0}},
@@ -66,62 +61,6 @@ constexpr Selected reset_lines[] = {
     {14, {CPLD_REG_RESET_C, CPLD_COMPONENT_RESET_14}},
     {20, {CPLD_REG_RESET_D, CPLD_COMPONENT_RESET_20}},
 };
-
-template <size_t N> const CpldBits *find(const Selected (&table)[N], uint32_t selector)
-{
-    for (const Selected &row : table) {
-        if (row.selector == selector) {
-            return &row.bits;
-        }
-    }
-    return nullptr;
-}
-
-constexpr bool bit_0(uint8_t value)
-{
-    return (value & 1) != 0;
-}
-
-// Refuses a null out pointer with its message.
-bool refused_null(const void *out, const char *message)
-{
-    if (out == nullptr) {
-        puts(message);
-        return true;
-    }
-    return false;
-}
-
-int read_bit(CpldBits bits, uint8_t *val)
-{
-    const MutexGuard guard(cpld_reg_lock);
-    *val = cpld_test(bits) ? 1 : 0;
-    return 0;
-}
-
-// The lock is taken before the selector is judged, so that a refused call too
-// waits for a press or release in progress.
-template <size_t N> int read_selected(const Selected (&table)[N], uint32_t selector, uint8_t *val)
-{
-    const MutexGuard guard(cpld_reg_lock);
-    const CpldBits *bits = find(table, selector);
-    if (bits == nullptr) {
-        return -2;
-    }
-    *val = cpld_test(*bits) ? 1 : 0;
-    return 0;
-}
-
-template <size_t N> int write_selected(const Selected (&table)[N], uint32_t selector, uint8_t val)
-{
-    const MutexGuard guard(cpld_reg_lock);
-    const CpldBits *bits = find(table, selector);
-    if (bits == nullptr) {
-        return -2;
-    }
-    cpld_assign(*bits, bit_0(val));
-    return 0;
-}
 
 void press_button()
 {

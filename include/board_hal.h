@@ -289,6 +289,37 @@ BOARD_HAL_API int cpld_self_test(uint8_t *result);
  */
 
 /**
+ * Board id.
+ *
+ * @param which  0 the board's id register; 2 the constant 0xFE, without a
+ *               register access; 3 the id of board 3 plus 0x40.
+ * @param val    out: the id.
+ * @return 0; -1 null ("get_board_id val pointer is null"); -2 other @p which.
+ * Locks: CPLD register lock, also for a refused @p which.
+ */
+BOARD_HAL_API int get_board_id(uint32_t which, uint8_t *val);
+
+/**
+ * BOM version (BOM id).
+ *
+ * @param val  out: the BOM register.
+ * @return 0; -1 null ("get_bom_ver:val pointer is null").
+ * Locks: CPLD register lock.
+ */
+BOARD_HAL_API int get_bom_ver(uint8_t *val);
+
+/**
+ * PCB version as a character: the version number plus 0x40, kept to 8 bits, so
+ * 1 is 'A' and 0 is '@'.
+ *
+ * @param which  0 the board; 2, 3 boards 2 and 3.
+ * @param val    out: the character.
+ * @return 0; -1 null ("get_pcb_ver:val pointer is null"); -2 other @p which.
+ * Locks: CPLD register lock, also for a refused @p which.
+ */
+BOARD_HAL_API int get_pcb_ver(uint32_t which, uint8_t *val);
+
+/**
  * Product id.
  *
  * @param val  out: the CPLD's product id register.
@@ -303,6 +334,94 @@ BOARD_HAL_API int get_product_id(uint8_t *val);
  * @return 0.
  */
 BOARD_HAL_API int get_chassis_id(uint8_t *val);
+
+/**
+ * Stores the extended BOM id in g_exbomid. 1000 makes get_pcie_slotid_by_BDF()
+ * leave the riser out. No lock.
+ */
+BOARD_HAL_API void set_extendbomid(uint32_t id);
+
+/** The extended BOM id, g_exbomid. No lock. */
+BOARD_HAL_API uint32_t get__extendbomid(void);
+
+/**
+ * Board type, from the BOM id: 1 Brava node (BOM 0 to 3), 2 Corvo node (BOM 8
+ * to 11). It selects the PCIe slot table.
+ *
+ * @return 1 or 2; 1 for any other BOM id, after the line
+ *         "get_current_board_type:bom id not support!\r".
+ * Locks: CPLD register lock.
+ */
+BOARD_HAL_API uint32_t get_current_board_type(void);
+
+/**
+ * CPU type; fixed on this board. No lock.
+ *
+ * @param type  out: 2; not checked for null.
+ * @return 0.
+ */
+BOARD_HAL_API int get_CPU_type(uint32_t *type);
+
+/**
+ * Slot of the nth present CPU.
+ *
+ * CPU numbers 1 to 3 share one presence bit and are all asked, so with both
+ * sockets fitted the indices 1, 2 and 3 give the slots 2, 3 and 4.
+ *
+ * @param index  0 gives slot 1 without asking; n gives the (n+1)th present CPU,
+ *               counted from CPU 0.
+ * @param slot   out: CPU number + 1.
+ * @return 0; -1 fewer CPUs are present; -2 null @p slot, no message, or a CPU's
+ *         status unread.
+ * Locks: CPLD register lock, once per CPU; presence may change in between.
+ */
+BOARD_HAL_API int get_slotid_by_cpuid(uint8_t index, uint8_t *slot);
+
+/**
+ * Mezzanine slot of a PCI device; no device of this board has one. Writes
+ * nothing, takes no lock.
+ *
+ * @return -2.
+ */
+BOARD_HAL_API int get_MEZZ_slot_by_BDF(uint32_t bus, uint32_t device, uint32_t function,
+                                       uint32_t *slot);
+
+/**
+ * Presence of a board.
+ *
+ * @param which  0 and 1 are always present; 6 board 6.
+ * @param val    out: 1 present, 0 not.
+ * @return 0; -1 null ("get_board_present:val pointer is null"); -2 other
+ *         @p which.
+ * Locks: CPLD register lock, also for a refused @p which.
+ */
+BOARD_HAL_API int get_board_present(int32_t which, uint8_t *val);
+
+/**
+ * Presence register of the AMC modules. Reads the CPLD without the register
+ * lock.
+ *
+ * @param which  0.
+ * @param val    out: the whole register.
+ * @return 0; -1 null ("get_board_present:val pointer is null": the message of
+ *         that getter is shared); -2 other @p which.
+ */
+BOARD_HAL_API int get_amc_module_present(uint32_t which, uint8_t *val);
+
+/** Not fitted on this board. @return 0. */
+BOARD_HAL_API int get_chassis_pcb_ver(uint8_t *val);
+/** Not fitted on this board. @return 0. */
+BOARD_HAL_API int get_pcie_slot_present(uint32_t slot, uint32_t which, uint8_t *val);
+/** Not fitted on this board. @return 0. */
+BOARD_HAL_API int get_hdd_cpld_version(uint8_t *val);
+/** Not fitted on this board. @return 0. */
+BOARD_HAL_API int get_hp_riser_cpld_version(uint8_t *val);
+/** Not fitted on this board. @return -1. */
+BOARD_HAL_API int get_card_type(uint32_t card, uint8_t *type);
+/** Not fitted on this board. @return -1. */
+BOARD_HAL_API int get_card_port(uint32_t card);
+/** Number of network ports; none on this board. @return 0. */
+BOARD_HAL_API int get_mac_num(void);
 
 /** @} */
 
@@ -326,12 +445,46 @@ typedef struct pcie_bdf_slot {
 
 /** PCIe slots of the Brava node (board type 1); applications may change rows. */
 BOARD_HAL_API extern pcie_bdf_slot g_pcieBDF_forBrava[3];
-/** Rows of g_pcieBDF_forBrava that lookups search. */
+/** Rows of g_pcieBDF_forBrava that lookups search, at most 3. */
 BOARD_HAL_API extern int32_t g_pcieBDFsize_forBrava;
 /** PCIe slots of the Corvo node (board type 2); applications may change rows. */
 BOARD_HAL_API extern pcie_bdf_slot g_pcieBDF_forCorvo[4];
-/** Rows of g_pcieBDF_forCorvo that lookups search. */
+/** Rows of g_pcieBDF_forCorvo that lookups search, at most 4. */
 BOARD_HAL_API extern int32_t g_pcieBDFsize_forCorvo;
+
+/**
+ * Kind of the device at a PCI address, from the table of the board's type (see
+ * get_current_board_type(); its line for an unknown BOM id may be printed). The
+ * first row that matches wins.
+ *
+ * @param type  out: the row's type.
+ * @return 0; -1 null ("get_pcie_type_by_BDF pointer is null"); -2 no row
+ *         matches.
+ * Locks: CPLD register lock, for the board type.
+ */
+BOARD_HAL_API int get_pcie_type_by_BDF(uint32_t bus, uint32_t device, uint32_t function,
+                                       uint32_t *type);
+
+/**
+ * Slot of the device at a PCI address.
+ *
+ * @p riser and @p node_slot are written only for the riser's slot (slot 1 of a
+ * Brava node, slot 2 of a Corvo node) and only while the extended BOM id is not
+ * 1000; otherwise they keep what the caller put there.
+ *
+ * @param slot_id    out: the row's slot id.
+ * @param riser      out: 1 for the riser's slot.
+ * @param node_slot  out: the node's slot in the chassis, from get_slot_id(); 0
+ *                   if that failed ("%s,get slot id fail!\r\n" with
+ *                   "get_pcie_slotid_by_BDF").
+ * @return 0, also when the node's slot was not read; -1 any pointer null
+ *         ("get_pcie_slotid_by_BDF pointer is null"); -2 no row matches,
+ *         nothing written.
+ * Locks: CPLD register lock for the board type, then, for a PCIe slot, FPGA
+ * request lock.
+ */
+BOARD_HAL_API int get_pcie_slotid_by_BDF(uint32_t bus, uint32_t device, uint32_t function,
+                                         uint32_t *slot_id, uint8_t *riser, uint32_t *node_slot);
 
 /** @} */
 
@@ -555,6 +708,148 @@ BOARD_HAL_API int get_fan_power_statistic(uint32_t fan, uint32_t *val);
  * @{
  */
 
+/** When a fault was first seen. */
+typedef struct fdm_fault_record {
+    uint32_t flag; /**< 1 fault seen, 0 not */
+    int32_t time;  /**< seconds since the epoch when it was seen; 0 if not */
+} fdm_fault_record;
+
+/**
+ * Polls one status of a CPU.
+ *
+ * CPU 0 has registers of its own; the numbers 1 to 3 share those of CPU 1. A
+ * status that needs the CPU is 0 while it is absent.
+ *
+ * | type | status                                                              |
+ * |------|---------------------------------------------------------------------|
+ * | 0    | status indication                                                   |
+ * | 1    | present                                                             |
+ * | 2    | thermal trip                                                        |
+ * | 3    | hot: either indication in four polls in a row; 0 for CPUs 2 and 3   |
+ * | 4    | internal error, the same line for every CPU (see below)             |
+ * | 5    | error; one assertion is reported for eight polls                    |
+ * | 6    | indication of an absent CPU; 0 while it is present                  |
+ * | 8    | IIO error, the same line for every CPU                              |
+ * | 9, 10 | error indications, the same lines for every CPU                    |
+ * | 11   | machine-check error, the same line for every CPU (see below)        |
+ * | 12   | internal error while any CPU is present                             |
+ * | 14, 15 | polls the first, second hot indication of CPU 0                   |
+ * | 16, 17 | polls the first, second hot indication of CPU 1                   |
+ *
+ * Every fourth poll of type 4 that sees the internal error clears it in the
+ * CPLD; its rising edge stamps the two internal-error records. Type 11 sets
+ * g_cpu_mce_flag whatever the line says; the rising edge of the machine-check
+ * error stamps its record. Type 12 does nothing of this.
+ *
+ * Types 14 to 17 each advance one history but report the one that the CPU
+ * number names: 0 and 1 are those of CPU 0, 2 and 3 those of CPU 1. Types 3 and
+ * 14 to 17 share these histories, so polling both advances them twice.
+ *
+ * @param cpu   0 to 3. A negative number passes: it reads as CPU 1 and uses the
+ *              history of its low two bits.
+ * @param type  as above.
+ * @param val   out: 0 or 1.
+ * @return 0; -1 null ("get_cpu_status val pointer is null"); -2 @p cpu 4 or
+ *         above ("Invalid cpu_id = %d\r\n") or other @p type.
+ * Locks: CPLD register lock.
+ */
+BOARD_HAL_API int get_cpu_status(int32_t cpu, uint32_t type, uint8_t *val);
+
+/**
+ * Clears the thermal trip of a CPU.
+ *
+ * @param cpu  0; any other number below 4 clears that of CPU 1.
+ * @return 0; -2 @p cpu 4 or above ("Invalid cpu_id = %d\r\n"), without lock.
+ * Locks: CPLD register lock.
+ */
+BOARD_HAL_API int clear_cpu_thermaltrip(int32_t cpu);
+
+/**
+ * Generation of a CPU.
+ *
+ * @param cpu  0; any other number reads that of CPU 1.
+ * @param val  out: 0 to 7.
+ * @return 0; -2 null ("get_cpu_generation:val pointer is null").
+ * Locks: CPLD register lock.
+ */
+BOARD_HAL_API int get_cpu_generation(int32_t cpu, uint8_t *val);
+
+/**
+ * IIO error indication.
+ *
+ * @param val  out: 0 or 1; not checked for null.
+ * @return 0.
+ * Locks: CPLD register lock.
+ */
+BOARD_HAL_API int get_iio_reg(uint8_t *val);
+
+/**
+ * Clears the machine-check error and g_cpu_mce_flag.
+ *
+ * @return the result of releasing the lock, 0 normally.
+ * Locks: CPLD register lock.
+ */
+BOARD_HAL_API int clear_mcerr_reg(void);
+
+/**
+ * Drives a hot-control output.
+ *
+ * @param output  0 to 4.
+ * @param val     0 or 1.
+ * @return 0; -2 @p val 2 or above ("set_hot_ctrl val is a invalid parameter"),
+ *         without lock; -1 other @p output.
+ * Locks: CPLD register lock.
+ */
+BOARD_HAL_API int set_hot_ctrl(int32_t output, uint8_t val);
+
+/**
+ * Memory event indication.
+ *
+ * @param group  0 or 1.
+ * @param item   0 to 7 in group 0, 0 to 3 in group 1, where the even and the
+ *               odd items share a line each.
+ * @param val    out: 0 or 1.
+ * @return 0; -2 null ("get_memory_event val is a invalid parameter") or other
+ *         @p group or @p item.
+ * Locks: CPLD register lock.
+ */
+BOARD_HAL_API int get_memory_event(uint32_t group, uint32_t item, uint8_t *val);
+
+/**
+ * Copies the internal-error record. The records take no lock; one polling
+ * thread is assumed.
+ *
+ * @return 0; -1 null, no message.
+ */
+BOARD_HAL_API int get_fdm_ierr_info(fdm_fault_record *record);
+/** Copies the internal-error parse record. Results as get_fdm_ierr_info(). */
+BOARD_HAL_API int get_fdm_ierr_parase(fdm_fault_record *record);
+/** Copies the machine-check record. Results as get_fdm_ierr_info(). */
+BOARD_HAL_API int get_fdm_mce_info(fdm_fault_record *record);
+
+/**
+ * Stamps or clears the internal-error record. No lock.
+ *
+ * @param seen  1 sets the flag and the current time; any other value clears
+ *              both.
+ */
+BOARD_HAL_API void set_fdm_ierr_info(uint8_t seen);
+/** Stamps or clears the internal-error parse record, as set_fdm_ierr_info(). */
+BOARD_HAL_API void set_fdm_ierr_parase(uint8_t seen);
+/** Stamps or clears the machine-check record, as set_fdm_ierr_info(). */
+BOARD_HAL_API void set_fdm_mce_info(uint8_t seen);
+
+/** Overwrites the internal-error record, to restore it after a restart; not
+ *  checked for null. No lock. */
+BOARD_HAL_API void resore_fdm_ierr_info(const fdm_fault_record *record);
+/** Overwrites the internal-error parse record, as resore_fdm_ierr_info(). */
+BOARD_HAL_API void resore_fdm_ierr_parase(const fdm_fault_record *record);
+
+/** Does nothing on this board. */
+BOARD_HAL_API void set_caterr_flag(uint8_t cpu, uint8_t flag);
+/** Not fitted on this board. @return 0. */
+BOARD_HAL_API int get_caterr_flag(uint8_t cpu);
+
 /** @} */
 
 /* ======================================================================== */
@@ -565,13 +860,111 @@ BOARD_HAL_API int get_fan_power_statistic(uint32_t fan, uint32_t *val);
  */
 
 /**
+ * Sets a LED.
+ *
+ * @param fru    FRU, 0 or below.
+ * @param led    0, 4 (the same LED), 2, 5 or 192.
+ * @param color  0 to 6; only LED 2 looks at it, and only when it is set off: 2
+ *               or any other.
+ * @param on     1 on, 0 off.
+ * @return 0; -2, checked in this order, @p fru 1 or above ("fru is a invalid
+ *         parameter"), @p on 2 or above ("bon is a invalid parameter"),
+ *         @p color 7 or above ("color is a invalid parameter"), without lock,
+ *         or another @p led (no message).
+ * Locks: CPLD register lock.
+ */
+BOARD_HAL_API int set_led_status(int32_t fru, int32_t led, uint8_t color, uint8_t on);
+
+/**
+ * Colour and state of a LED.
+ *
+ * The state of LEDs 0, 4 and 5 is their register bit, which is 0 for lit; that
+ * of LED 192 and LED 2 is 1 for lit.
+ *
+ * @param fru    FRU, 0 or below.
+ * @param led    0, 2, 4, 5 or 192.
+ * @param color  out: 1 for LEDs 0 and 4; 0 for 5 and 192; 2 or 3 for LED 2. Not
+ *               checked for null.
+ * @param state  out: 0 or 1. Not checked for null.
+ * @return 0; -2 @p fru 1 or above, without lock, or another @p led; no message.
+ * Locks: CPLD register lock.
+ */
+BOARD_HAL_API int get_led_status(int32_t fru, int32_t led, uint8_t *color, uint8_t *state);
+
+/** Does nothing on this board. */
+BOARD_HAL_API void set_led_dft_mode(uint32_t mode);
+
+/**
+ * Write-protects the host's BIOS flash.
+ *
+ * @param bios     0.
+ * @param protect  non-zero protects, 0 does not.
+ * @return 0; -2 other @p bios ("Invalid bios id = %d\r\n"), without lock.
+ * Locks: CPLD register lock.
+ */
+BOARD_HAL_API int set_bios_wp(uint8_t bios, uint8_t protect);
+
+/**
+ * Write protect of the host's BIOS flash.
+ *
+ * @param bios  0.
+ * @param val   out: 1 protected, 0 not; not checked for null.
+ * @return 0; -2 other @p bios ("Invalid bios id = %d\r\n"), without lock.
+ * Locks: BIOS state lock, not the CPLD register lock.
+ */
+BOARD_HAL_API int get_bios_wp(uint8_t bios, uint8_t *val);
+
+/** Sets BIOS switch and write protect together. Writes the CPLD without a
+ *  lock. */
+BOARD_HAL_API void set_bios_sw_n_wp(void);
+/** Clears BIOS switch and write protect together. Writes the CPLD without a
+ *  lock. */
+BOARD_HAL_API void clear_bios_sw_n_wp(void);
+
+/**
  * Hands the host's BIOS flash over.
  *
- * @param owner  1 the controller (the host is cut off from it), 0 the host.
- * @return 0; -2 @p owner 2 or above ("Invalid bus val = %d\r\n").
+ * @param owner  1 to the management controller, 0 back to the host.
+ * @return 0; -2 @p owner 2 or above ("Invalid bus val = %d\r\n"), without lock.
  * Locks: CPLD register lock.
  */
 BOARD_HAL_API int set_bios_owner(uint8_t owner);
+
+/**
+ * Who drives the host's BIOS flash.
+ *
+ * @param owner  out: 1 the management controller, 0 the host.
+ * @return 0; -2 null ("get_bios_owner:val is a Invalid argument\r").
+ * Locks: BIOS state lock, not the CPLD register lock.
+ */
+BOARD_HAL_API int get_bios_owner(uint8_t *owner);
+
+/**
+ * Polls one item of a disk's status. The board reports four lines per disk,
+ * called P, F, R and V here.
+ *
+ * | item | status                                                              |
+ * |------|---------------------------------------------------------------------|
+ * | 0    | P                                                                   |
+ * | 1    | F                                                                   |
+ * | 2    | V, debounced; only while P = 1 and R = 0                            |
+ * | 3    | R                                                                   |
+ * | 6    | V, debounced; only while P = 0 and R = 0                            |
+ * | 7    | P, R and V all 1, debounced: 0 until ten polls in a row saw that, then 1 until ten did
+ * not |
+ *
+ * A debounced value is believed when ten polls in a row saw it; each item of
+ * each disk counts for itself.
+ *
+ * @param disk  0 to 3.
+ * @param item  as above.
+ * @param val   out: 0 or 1.
+ * @return 0; -14 not stable yet; -3 the item does not apply now; -1 null
+ *         ("get_disk_status val pointer is null"), without lock; -2 other
+ *         @p disk or @p item.
+ * Locks: CPLD register lock.
+ */
+BOARD_HAL_API int get_disk_status(uint32_t disk, uint32_t item, uint8_t *val);
 
 /** @} */
 
@@ -581,6 +974,104 @@ BOARD_HAL_API int set_bios_owner(uint8_t owner);
  * The CPLD's serial switch, HDD backplane ports and SAS cable LEDs.
  * @{
  */
+
+/**
+ * Endpoint that the host's serial port is connected to.
+ *
+ * @param dest  out: endpoint, 0 to 5; 255 if the routing code is unknown.
+ * @return 0; -1 null ("get_host_serial_connection:dest pointer is null").
+ * Locks: CPLD register lock.
+ */
+BOARD_HAL_API int get_host_serial_connection(uint32_t *dest);
+
+/** Endpoint of the panel connector. As get_host_serial_connection(); -1 null
+ *  ("get_panel_serial_connection:dest pointer is null"). */
+BOARD_HAL_API int get_panel_serial_connection(uint32_t *dest);
+
+/** Endpoint of the serial-over-LAN path. As get_host_serial_connection(); -1
+ *  null ("get_sol_serial_connection:dest pointer is null"). */
+BOARD_HAL_API int get_sol_serial_connection(uint32_t *dest);
+
+/**
+ * Connects the host's serial port. The switch knows whole arrangements only:
+ * the other two sides move with it.
+ *
+ * @param dest  endpoint 0, 3 or 4.
+ * @return 0; -1 other @p dest ("set_host_serial_connection:dest invalid").
+ * Locks: CPLD register lock, also for a refused @p dest.
+ */
+BOARD_HAL_API int set_host_serial_connection(int32_t dest);
+
+/** Connects the panel connector. As set_host_serial_connection(); -1 other
+ *  @p dest ("set_panel_serial_connection:dest invalid"). */
+BOARD_HAL_API int set_panel_serial_connection(int32_t dest);
+
+/** Connects the serial-over-LAN path. As set_host_serial_connection(); -1 other
+ *  @p dest ("set_sol_serial_connection:dest invalid"). */
+BOARD_HAL_API int set_sol_serial_connection(int32_t dest);
+
+/**
+ * Routing of the auxiliary serial port.
+ *
+ * @param dest  out: 0, 1 or 2; 255 if the routing is unknown.
+ * @return 0; -1 null ("get_third_party_serial_connection:dest pointer is
+ *         null").
+ * Locks: CPLD register lock.
+ */
+BOARD_HAL_API int get_third_party_serial_connection(uint32_t *dest);
+
+/**
+ * Routes the auxiliary serial port.
+ *
+ * @param dest  1 or 2.
+ * @return 0; -1 other @p dest ("set_third_party_serial_connection:dest
+ *         invalid"), without lock.
+ * Locks: CPLD register lock.
+ */
+BOARD_HAL_API int set_third_party_serial_connection(uint32_t dest);
+
+/**
+ * Writes half of the routing register.
+ *
+ * @param which  1 the low four bits (routing code), 0 the high four (auxiliary
+ *               port).
+ * @param val    the byte that the half is taken from, at its own place.
+ * @return 0; -1 other @p which.
+ * Locks: CPLD register lock, also for a refused @p which.
+ */
+BOARD_HAL_API int set_serial_dir(uint8_t which, uint8_t val);
+
+/**
+ * Adds half of the routing register to a byte. Reads the CPLD without the
+ * register lock.
+ *
+ * @param which  as for set_serial_dir().
+ * @param val    in/out: the half is ORed into it, at its own place, nothing is
+ *               cleared; not checked for null.
+ * @return 0; -1 other @p which.
+ */
+BOARD_HAL_API int get_serial_dir(uint8_t which, uint8_t *val);
+
+/**
+ * What is connected to a port of the HDD backplane.
+ *
+ * @param port  0 to 2.
+ * @param dest  out: 0 to 15; 0 for another @p port.
+ * @return 0; positive 255 other @p port; -1 null
+ *         ("get_HDD_backplane_port_connection:dest pointer is null").
+ * Locks: CPLD register lock.
+ */
+BOARD_HAL_API int get_HDD_backplane_port_connection(uint8_t port, uint8_t *dest);
+
+/**
+ * Sets the LED of a SAS cable.
+ *
+ * @param cable  0 to 2.
+ * @param val    bit 0 is written.
+ * @return 0; positive 255 other @p cable.
+ * Locks: CPLD register lock, also for a refused @p cable.
+ */
+BOARD_HAL_API int set_SAS_cable_led_status(uint8_t cable, uint8_t val);
 
 /** @} */
 
@@ -813,6 +1304,127 @@ BOARD_HAL_API int get_sas_card_status(uint8_t *status);
  * @{
  */
 
+/**
+ * Reads from an I2C slave, without retry.
+ *
+ * On channel 2 the first two bytes of @p buf are sent to the slave first, as
+ * the offset to read from, and the answer lands behind them.
+ *
+ * @param chan      0, 1 or 2. A negative number passes: its low byte goes to
+ *                  the FPGA, whose driver judges it.
+ * @param addr      slave address, 8-bit form.
+ * @param buf       in/out: @p len bytes, on channel 2 @p len + 2. On the FPGA
+ *                  channels it is overwritten also when the read failed.
+ * @param len       at most 64 on channels 0 and 1; channel 2 has no limit.
+ * @param delay_ms  milliseconds that the slave needs; on channel 2 slept after
+ *                  the transfer.
+ * @return channels 0, 1: the FPGA driver's result as it is; channel 2: @p len,
+ *         or the adapter's result if it is not positive. -1 null @p buf ("the
+ *         obuffer paramter is invalid!!!"); -2 @p chan above 2 ("i2c_read: chan
+ *         is not a valid paramter!!") or @p len too large ("len is a invalid
+ *         argument \r"). Refusals take no lock.
+ * Locks: I2C lock. Blocking: channel 2, @p delay_ms with the lock held.
+ */
+BOARD_HAL_API int i2c_read(int32_t chan, uint8_t addr, uint8_t *buf, int32_t len, int32_t delay_ms);
+
+/**
+ * Writes to an I2C slave, then reads from it; up to 5 attempts until a result
+ * is not negative.
+ *
+ * @param chan      0, 1 or 2.
+ * @param addr      slave address, 8-bit form.
+ * @param tx        bytes to write.
+ * @param tx_len    at most 64 on channels 0 and 1.
+ * @param rx        out: the bytes read; on the FPGA channels overwritten also
+ *                  when the transfer failed.
+ * @param rx_len    at most 64 on channels 0 and 1.
+ * @param delay_ms  milliseconds between write and read and between attempts.
+ * @return channels 0, 1: the FPGA driver's result, above 9999 negated; channel
+ *         2: @p rx_len, or the result of the read if it is not positive; the
+ *         result of the write does not count. -1 null @p tx or @p rx ("the
+ *         obuffer paramter is invalid!!!"); -2 other @p chan ("i2c_write_read:
+ *         chan is not a valid paramter!!"), @p tx_len ("tx_len is a invalid
+ *         argument \r") or @p rx_len too large ("rx_len is a invalid argument
+ *         \r"). Refusals take no lock.
+ * Locks: I2C lock, for all attempts. Blocking: up to 4 times @p delay_ms on
+ * channels 0 and 1, 9 times on channel 2, with the lock held.
+ */
+BOARD_HAL_API int i2c_write_read(int32_t chan, uint8_t addr, const uint8_t *tx, int32_t tx_len,
+                                 uint8_t *rx, int32_t rx_len, int32_t delay_ms);
+
+/**
+ * Writes to an I2C slave; up to 5 attempts until a result is not negative.
+ *
+ * @param chan      0, 1 or 2.
+ * @param addr      slave address, 8-bit form.
+ * @param buf       bytes to write.
+ * @param len       at most 64 on channels 0 and 1.
+ * @param delay_ms  milliseconds between attempts; on channel 2 also after each
+ *                  transfer.
+ * @return channels 0, 1: the FPGA driver's result, above 9999 negated; channel
+ *         2: @p len - 2, the count behind a 2-byte offset (a single byte thus
+ *         counts -1 and is written five times), or the adapter's result if it
+ *         is not positive. -5 no memory; -2 null @p buf ("ibuffer is empty!!!"),
+ *         other @p chan ("i2c_write: chan is not a valid paramter!!") or @p len
+ *         too large ("len is a invalid argument \r"). Refusals take no lock.
+ * Locks: I2C lock, for all attempts. Blocking: up to 4 times @p delay_ms on
+ * channels 0 and 1, 9 times on channel 2, with the lock held.
+ */
+BOARD_HAL_API int i2c_write(int32_t chan, uint8_t addr, const uint8_t *buf, int32_t len,
+                            int32_t delay_ms);
+
+/**
+ * Resets an I2C channel of the FPGA.
+ *
+ * @param chan  up to 2; the FPGA driver judges it.
+ * @return 0; -5 the driver's result was negative; -2 @p chan above 2
+ *         ("i2c_reset: chan is not a valid paramter!!"), without lock.
+ * Locks: FPGA request lock.
+ */
+BOARD_HAL_API int i2c_reset(int32_t chan);
+
+/**
+ * Error state of an I2C controller.
+ *
+ * @param chan    up to 2; the FPGA driver judges it.
+ * @param status  out: 10010, 10011 or 0 (none).
+ * @return 0; -5 any driver result but 0; -2 null @p status ("invalid
+ *         argument\r") or @p chan above 2 ("i2c_query_status: chan is not a
+ *         valid paramter!!"), without lock.
+ * Locks: FPGA request lock.
+ */
+BOARD_HAL_API int get_i2c_status(int32_t chan, uint32_t *status);
+
+/**
+ * State of an I2C bus.
+ *
+ * @param chan    up to 2; the FPGA driver judges it.
+ * @param status  out: 0 to 4.
+ * @return 0; -5 the driver answered less than 1 (the opposite sense of
+ *         get_i2c_status()); -2 as get_i2c_status().
+ * Locks: FPGA request lock.
+ */
+BOARD_HAL_API int get_i2c_bus_status(int32_t chan, uint32_t *status);
+
+/**
+ * Number of I2C channels. No lock.
+ *
+ * @param count  out: 3.
+ * @return 0; -1 null ("get_max_i2c_num: val pointer is null").
+ */
+BOARD_HAL_API int get_max_i2c_num(uint8_t *count);
+
+/** Not fitted on this board. @return 0. */
+BOARD_HAL_API int set_i2c_baud(int32_t chan, uint32_t baud);
+/** Not fitted on this board. @return 0. */
+BOARD_HAL_API int get_i2c_baud(int32_t chan, uint32_t *baud);
+/** Not fitted on this board. @return 0. */
+BOARD_HAL_API int i2c_test(int32_t chan);
+/** Not fitted on this board. @return 0. */
+BOARD_HAL_API int get_i2c_addr_config(int32_t chan, uint8_t *config);
+/** Not fitted on this board. @return 0. */
+BOARD_HAL_API int set_i2c_addr_config(int32_t chan, uint8_t config);
+
 /** @} */
 
 /* ======================================================================== */
@@ -963,6 +1575,102 @@ BOARD_HAL_API int reserved_ram_write(int32_t offset, const uint8_t *data, int32_
  * @{
  */
 
+/**
+ * Slot of the node in the chassis.
+ *
+ * @param slot  out: 0 to 15.
+ * @return 0; -5 the driver's result was negative; -2 null ("get slot id
+ *         argument invalid").
+ * Locks: FPGA request lock.
+ */
+BOARD_HAL_API int get_slot_id(uint8_t *slot);
+
+/**
+ * Parity of the slot byte.
+ *
+ * @return 0 good (odd); -1 bad; -5 the driver's result was negative.
+ * Locks: FPGA request lock.
+ */
+BOARD_HAL_API int get_slot_id_checksum(void);
+
+/**
+ * Whether the board is seated in the chassis.
+ *
+ * @param inserted  out: 1 seated, 0 not; 0 or 1 without meaning after -5.
+ * @return 0; -5 the driver's result was negative; -2 null ("get boad insert
+ *         argument invalid").
+ * Locks: FPGA request lock.
+ */
+BOARD_HAL_API int get_board_insert(uint8_t *inserted);
+
+/**
+ * Id of the base board.
+ *
+ * @return 0; -5 the driver answered less than 1; -2 null, no message.
+ * Locks: FPGA request lock.
+ */
+BOARD_HAL_API int get_base_board_id(uint8_t *id);
+/** PCB version of the node. Results and lock as get_base_board_id(). */
+BOARD_HAL_API int get_blade_pcb_ver(uint8_t *ver);
+/** Offset in the buffer of the host's POST codes (port 80). Results and lock as
+ *  get_base_board_id(). */
+BOARD_HAL_API int get_port80_offset(uint8_t *offset);
+
+/**
+ * The host's POST codes (port 80).
+ *
+ * @param len  size of @p buf, at most 512; a negative one asks for 0 bytes.
+ * @param buf  out: at least 1 byte; byte 0 is overwritten in any case.
+ * @return the count read; -5 the driver answered less than 1; -2 null @p buf
+ *         ("value is not a valid pointer,please allocate memory!!") or @p len
+ *         above 512 ("len is a invalid argument \r"), without lock.
+ * Locks: FPGA request lock.
+ */
+BOARD_HAL_API int get_port80_data(int32_t len, uint8_t *buf);
+
+/**
+ * Tells the FPGA the type of the HDD card.
+ *
+ * @return 0; -5 any driver result but 0.
+ * Locks: FPGA request lock.
+ */
+BOARD_HAL_API int set_hdd_card_type(uint8_t type);
+
+/** LED test of the HDD card. Results and lock as set_hdd_card_type(). */
+BOARD_HAL_API int hdd_led_test(uint8_t value);
+
+/**
+ * Board id of the RAID card, read from the I/O expander on the card (channel 2,
+ * address 0x40) and mirrored in the CPLD. A non-zero id is remembered; later
+ * calls only write the mirror again.
+ *
+ * @param id  out: 0 to 15; 0 after -5.
+ * @return 0; -2 null, no message; -5 with a message that names
+ *         get_raid_pcb_ver: configuration not written
+ *         ("get_raid_pcb_ver:write 9555 configuration port error\r"), expander
+ *         unread ("get_raid_pcb_ver:read 9555 configuration port error\r"), or
+ *         its configuration reads back wrong
+ *         ("get_raid_pcb_ver:configurate port error,0x%02x,0x%02x\r\n" with
+ *         both bytes).
+ * Locks: I2C lock, per transfer. The mirror is written without the CPLD
+ * register lock. Blocking: 50 ms; more when transfers are repeated.
+ */
+BOARD_HAL_API int get_raid_board_id(uint8_t *id);
+
+/**
+ * PCB version of the RAID card, as get_raid_board_id(). A remembered version is
+ * returned without touching the CPLD.
+ *
+ * @param ver  out: 0 to 7; 0 after -5.
+ * @return as get_raid_board_id(), with the same messages.
+ */
+BOARD_HAL_API int get_raid_pcb_ver(uint8_t *ver);
+
+/** Not fitted on this board. @return 0. */
+BOARD_HAL_API int get_nic_card_board_id(uint8_t *id);
+/** Not fitted on this board. @return 0. */
+BOARD_HAL_API int get_nic_card_pcb_ver(uint8_t *ver);
+
 /** @} */
 
 /* ======================================================================== */
@@ -981,6 +1689,250 @@ BOARD_HAL_API int reserved_ram_write(int32_t offset, const uint8_t *data, int32_
  * @{
  */
 
+/** Presence of the DIMMs: non-zero = present; entry (cpu * 3 + channel) * 2 +
+ *  slot. Entries 12 to 15 are not reached by set_dimm_presence(). No lock. */
+BOARD_HAL_API extern uint32_t g_dimm_present[16];
+
+/**
+ * How many devices of a type the board can hold.
+ *
+ * | type | device         | maximum                     |
+ * |------|----------------|-----------------------------|
+ * | 0    | CPU            | 2                           |
+ * | 1    | DIMM           | 16                          |
+ * | 2    | hard disk      | get_disk_maximum()          |
+ * | 3    | power supply   | 2                           |
+ * | 4    | fan            | 6                           |
+ * | 6    | RAID card      | get_raid_maximum()          |
+ * | 7    | Ethernet card  | get_ethernet_card_maximum() |
+ * | 8    | PCIe card      | get_pcie_maximum()          |
+ * | 11   | mezzanine card | 0                           |
+ * | 12   | on-board RAID  | get_onboard_raid_num()      |
+ *
+ * @param type  as above.
+ * @param max   out: the maximum.
+ * @return 0; -2 null ("get_device_max_num: parameter invalid."), other @p type
+ *         ("%s:error,not find the type,DeviceTypeParameter = %d\r\n"), or the
+ *         maximum is unknown: "get_device_max_num: get hdd maximum err." for
+ *         the disks of an unknown BOM id, after the line of
+ *         get_disk_maximum(). For the other types the texts are
+ *         "get_device_max_num: get cpu maximum err.", "… get memory maximum
+ *         err.", "… get ps maximum err." (power supply and fan alike),
+ *         "%s: get_thernet_card_maximum fail.\r\n" and "%s: get_pcie_maximum
+ *         fail.\r\n".
+ */
+BOARD_HAL_API int get_device_max_num(uint8_t type, int32_t *max);
+
+/**
+ * Maximum by board code.
+ *
+ * @param type        device type, looked at only for board code 0xFE: 0 to 5
+ *                    and 8.
+ * @param board_code  0xFE this board; 0x31 to 0x3E, 0x41 to 0x4F, 0x71 to 0x79,
+ *                    0x80, 0x81 and 0xFF have one maximum each.
+ * @param max         out: the maximum.
+ * @param unused      ignored.
+ * @return 0; -1 null ("#get_group_devicemaximum:the para is err\r"), other
+ *         @p type or the disks of an unknown BOM id
+ *         ("#get_group_devicemaximum:the devicetype is err\r"), other
+ *         @p board_code ("#get_group_devicemaximum:the boardid is err\r").
+ */
+BOARD_HAL_API int get_group_devicemaximum(int32_t type, uint8_t board_code, int32_t *max,
+                                          uint32_t unused);
+
+/**
+ * How many devices a container can hold.
+ *
+ * @param type   5 HDD backplane, 13 NIC card.
+ * @param index  of the container.
+ * @param max    out: the maximum.
+ * @return 0; -2 null ("get_sub_device_max_num: parameter invalid."), other
+ *         @p type ("%s:DeviceTypeParameter = %d\r\n"), or unknown ("%s:
+ *         get_hdd_backplane_sub_dev_maximum fail.\r\n", "%s:
+ *         get_nic_card_sub_dev_maximum fail.\r\n").
+ */
+BOARD_HAL_API int get_sub_device_max_num(uint8_t type, uint8_t index, int32_t *max);
+
+/**
+ * Disks that a backplane can hold: 2 for backplane 2, else get_disk_maximum(),
+ * or 0 if the BOM id is unknown.
+ *
+ * @return 0; -2 null, no message.
+ */
+BOARD_HAL_API int get_hdd_backplane_sub_dev_maximum(uint8_t index, int32_t *max);
+
+/** Ports of a NIC card: get_mac_num(). @return 0; -2 null or a negative number,
+ *  no message. */
+BOARD_HAL_API int get_nic_card_sub_dev_maximum(uint8_t index, int32_t *max);
+/** Ethernet cards: get_mac_num(). @return 0; -2 null or a negative number, no
+ *  message. */
+BOARD_HAL_API int get_ethernet_card_maximum(int32_t *max);
+/** PCIe cards: 1. @return 0; -2 null, no message. */
+BOARD_HAL_API int get_pcie_maximum(int32_t *max);
+
+/**
+ * Disks, by BOM id: 4 (BOM 0 and 1), 2 (BOM 8 and 9).
+ *
+ * @param max  out: the maximum; 4 for any other BOM id.
+ * @return 0; positive 1 for any other BOM id
+ *         ("get_product_cfg_num:bom id not support!"); -2 null, no message.
+ * Locks: CPLD register lock, for the BOM id.
+ */
+BOARD_HAL_API int get_disk_maximum(int32_t *max);
+
+/** RAID cards, by BOM id. @return 1 (BOM 0, 8 and unknown ones) or 0 (BOM 1,
+ *  9). Locks: CPLD register lock. */
+BOARD_HAL_API int get_raid_maximum(void);
+/** On-board RAID controllers, by BOM id. @return 1 (BOM 0, 8) or 0 (BOM 1, 9
+ *  and unknown ones). Locks: CPLD register lock. */
+BOARD_HAL_API int get_onboard_raid_num(void);
+
+/**
+ * Whether a device is there.
+ *
+ * | type | asked                        | text when that fails                |
+ * |------|------------------------------|-------------------------------------|
+ * | 0    | get_cpu_status(), type 1     | "%s %d: get_cpu_status is error\r\n" |
+ * | 1    | get_dimm_presence()          | "%s %d: get_dimm_presence_status fail.\r\n" |
+ * | 2    | get_disk_status_by_fruid(), kind 0 | "%s %d: get_disk_status is error\r\n" |
+ * | 3    | get_powersupply_presence()   | "%s %d: get_powersupply_presence is error\r\n" |
+ * | 4    | get_fan_status(), kind 0     | "%s %d: get_disk_status is error\r\n" |
+ * | 5    | get_hdd_backplane_presence() | "%s: get_hdd_backplane_presence fail.\r\n" |
+ * | 6    | get_raidcard_presence()      | "%s %d: get_disk_status is error\r\n" |
+ * | 8    | get_pcie_presence_by_fruid() | "%s %d: get_pcie_presence fail.\r\n" |
+ * | 11   | get_mezz_presence()          | "%s %d: get_disk_status is error\r\n" |
+ *
+ * The texts carry this function's name and a number of its own. On this board
+ * types 3, 4, 8 and 11 succeed without writing @p out.
+ *
+ * @param fruid  passed on.
+ * @param type   as above.
+ * @param index  of the device within its type.
+ * @param out    out: 1 present, 0 not.
+ * @return 0; -1 null ("%s %d: The para is null\r\n"), other @p type ("%s %d:
+ *         The devicetype is wrong,devicetype is %d\r\n"), or what is asked
+ *         failed; -2 for the HDD backplane.
+ */
+BOARD_HAL_API int get_device_presence(uint8_t fruid, uint8_t type, int32_t index, uint8_t *out);
+
+/**
+ * Presence of a DIMM.
+ *
+ * @param index  0 to 15.
+ * @param out    out: low byte of the entry in g_dimm_present.
+ * @return 0; -2 null ("%s %d: para is null .\r\n") or other @p index ("%s %d:
+ *         the para is err,sign:%d .\r\n"). No lock.
+ */
+BOARD_HAL_API int get_dimm_presence(int32_t index, uint8_t *out);
+
+/**
+ * Notes the presence of a DIMM in g_dimm_present.
+ *
+ * @param cpu      0 or 1.
+ * @param channel  0 to 2.
+ * @param slot     0 or 1.
+ * @param present  non-zero = present.
+ * @return 0; -2 other arguments, no message. No lock.
+ */
+BOARD_HAL_API int set_dimm_presence(int32_t cpu, int32_t channel, int32_t slot, uint32_t present);
+
+/**
+ * get_disk_status() of disk @p index and item @p kind; @p fruid is ignored.
+ *
+ * @return 0; -1 any other result of that ("%s %d: get_disk_status is
+ *         error\r\n").
+ */
+BOARD_HAL_API int get_disk_status_by_fruid(uint8_t fruid, uint32_t index, uint32_t kind,
+                                           uint8_t *out);
+
+/**
+ * Presence of a power supply, from get_board_present(), which serves none on
+ * this board: @p out stays unwritten.
+ *
+ * @param index  0 or 1.
+ * @return 0, whatever get_board_present() gave; -2 other @p index ("PS Index
+ *         Error").
+ */
+BOARD_HAL_API int get_powersupply_presence(int32_t index, uint8_t *out);
+
+/**
+ * Presence of a RAID card, from get_board_present() with 10 + @p index, which
+ * serves none on this board.
+ *
+ * @return 0; -9 that failed ("%s %d: get_board_id err .\r\n").
+ */
+BOARD_HAL_API int get_raidcard_presence(int32_t index, uint8_t *out);
+
+/** Presence of an HDD backplane: 1 for every index. @return 0; -2 null, no
+ *  message. */
+BOARD_HAL_API int get_hdd_backplane_presence(int32_t index, uint8_t *out);
+/** Presence of an LCD: 0; not checked for null. @return 0. */
+BOARD_HAL_API int get_lcd_presence(uint8_t *out);
+/** Presence of a PCIe card; writes nothing on this board. @return 0. */
+BOARD_HAL_API int get_pcie_presence_by_fruid(uint8_t fruid, int32_t index, uint8_t *out);
+
+/** Not fitted on this board. @return 0. */
+BOARD_HAL_API int get_memory_health_status(uint32_t index, uint32_t *health);
+/** Not fitted on this board. @return 0. */
+BOARD_HAL_API int get_mezz_presence(int32_t index, uint8_t *out);
+/** Not fitted on this board. @return 0. */
+BOARD_HAL_API int get_pcie_presence(int32_t index, uint8_t *out);
+/** Not fitted on this board. @return 0. */
+BOARD_HAL_API int restore_prochot_status(void);
+/** Not fitted on this board. @return 0. */
+BOARD_HAL_API int clear_nonsensor_dev_healthstatus(void);
+/** Not fitted on this board. @return -1. */
+BOARD_HAL_API int get_pcie_riser_sub_dev_maximum(uint8_t index, int32_t *max);
+/** Not fitted on this board. @return 0. */
+BOARD_HAL_API int set_dev_all_healthstatus(uint32_t status);
+/** Not fitted on this board. @return -1. */
+BOARD_HAL_API int update_memory_availability(uint32_t index, uint32_t availability);
+/** Not fitted on this board. @return 0. */
+BOARD_HAL_API int get_dimm_pre(int32_t cpu, int32_t channel, int32_t slot, uint8_t *out);
+/** Not fitted on this board. @return 0. */
+BOARD_HAL_API int get_device_all_availability(uint8_t type, uint32_t index, uint32_t *availability);
+/** Not fitted on this board. @return -1. */
+BOARD_HAL_API int set_device_availability(uint32_t availability);
+/** Not fitted on this board. @return 0. */
+BOARD_HAL_API int set_dimm_mode(uint32_t mode);
+/** Not fitted on this board. @return 0. */
+BOARD_HAL_API int get_disk_connect_support_type(void);
+/** Not fitted on this board. @return -1. */
+BOARD_HAL_API int set_panel_led_status(uint32_t led, uint8_t on);
+/** Not fitted on this board. @return -1. */
+BOARD_HAL_API int get_ex_board_cable_connect(uint8_t *out);
+/** Not fitted on this board. @return 0. */
+BOARD_HAL_API int get_led_dft_mode(void);
+/** Not fitted on this board. @return 0. */
+BOARD_HAL_API int clear_ps_aclost_status(uint32_t index);
+/** Not fitted on this board. @return 0. */
+BOARD_HAL_API int get_32K_clock_state(uint8_t *state);
+/** Not fitted on this board. @return -1. */
+BOARD_HAL_API int get_component_mix_status(uint8_t *status);
+/** Not fitted on this board. @return 0. */
+BOARD_HAL_API int rmc_rst_bmc_status(void);
+/** Not fitted on this board. @return 0. */
+BOARD_HAL_API int set_dimm_size(uint32_t size);
+/** Not fitted on this board. @return 0. */
+BOARD_HAL_API int get_dimm_size(uint32_t *size);
+/** Not fitted on this board. @return 0. */
+BOARD_HAL_API int get_expander_power_on(void);
+/** Not fitted on this board. @return 0. */
+BOARD_HAL_API int get_expander_voltage_status(uint8_t *status);
+/** Not fitted on this board. @return 0. */
+BOARD_HAL_API int renew_panel_led_status(uint8_t status);
+/** Not fitted on this board. @return 0. */
+BOARD_HAL_API int get_dev_slot(uint8_t type, uint32_t index, uint32_t which, uint8_t *slot);
+/** Not fitted on this board. @return -1. */
+BOARD_HAL_API int set_dev_health_status(uint8_t type, uint32_t index, uint32_t health);
+/** Not fitted on this board. @return -1. */
+BOARD_HAL_API int get_dev_all_healthstatus(uint8_t type, uint32_t index, uint32_t which,
+                                           uint32_t *health);
+/** Not fitted on this board. @return 0. */
+BOARD_HAL_API int set_dev_event_type(void);
+/** Does nothing on this board. */
+BOARD_HAL_API void restore_device_state(uint32_t state);
+
 /** @} */
 
 /* ======================================================================== */
@@ -990,12 +1942,204 @@ BOARD_HAL_API int reserved_ram_write(int32_t offset, const uint8_t *data, int32_
  * @{
  */
 
+/** Where the registers of one CPU's memory controllers lie. */
+typedef struct dimm_bdf_info {
+    uint32_t cpu;        /**< CPU number */
+    uint8_t bus[4];      /**< PCI bus number, by index */
+    uint8_t device[2];   /**< device number, by memory controller */
+    uint8_t function[4]; /**< function number, by channel */
+    uint8_t reserved[2]; /**< 0 */
+    uint32_t reg[4];     /**< register offset, by index */
+} dimm_bdf_info;
+
+/** Memory controllers, one row per CPU. */
+BOARD_HAL_API extern dimm_bdf_info g_dimm_bdf_info[2];
+/** Rows of g_dimm_bdf_info that lookups search, at most 2. */
+BOARD_HAL_API extern int32_t g_dimm_bdf_info_size;
+
+/** Product name of a RAID card. */
+typedef struct raidcard_boardid_info {
+    uint16_t card_code; /**< code of the card */
+    uint8_t board_id;   /**< board id that the row requires; 255 = any */
+    char name[65];      /**< product name, NUL-terminated */
+} raidcard_boardid_info;
+
+/** RAID cards, not sorted; lookups take the first row that fits. */
+BOARD_HAL_API extern raidcard_boardid_info g_raidcard_boardid_info[4];
+
+/** An HDD backplane. */
+typedef struct hdd_backplane {
+    uint8_t flag;       /**< 1 */
+    uint8_t board_code; /**< backplane board code */
+    uint8_t disks;      /**< disks that it holds */
+} hdd_backplane;
+
+/** HDD backplanes, for applications; the library does not use it. */
+BOARD_HAL_API extern hdd_backplane g_HDD_backplane[10];
+/** Rows of g_HDD_backplane. */
+BOARD_HAL_API extern int32_t g_HDDbackplanesize;
+
+/** Where a DIMM sits. */
+typedef struct dimm_location {
+    uint32_t cpu;  /**< CPU number */
+    uint32_t dimm; /**< DIMM index */
+} dimm_location;
+
+/**
+ * Health of a device.
+ *
+ * @param type    8 (PCIe card).
+ * @param index   of the device.
+ * @param health  out: as get_pcie_health_status().
+ * @return 0; -2 null, no message, other @p type
+ *         ("%s %d:fail.DeviceTypeParameter = %d\r\n"), or unknown ("%s %d:
+ *         get_pcie_health_status fail.\r\n").
+ */
+BOARD_HAL_API int get_device_health_status(uint8_t type, uint32_t index, uint32_t *health);
+
+/**
+ * Health of a PCIe card: 5 for every card.
+ *
+ * @return 0; -2 null ("%s %d: the para is null.\r\n").
+ */
+BOARD_HAL_API int get_pcie_health_status(uint32_t index, uint32_t *health);
+
+/**
+ * Availability of a device: 3 (bits 0 and 1) for every device.
+ *
+ * @return 0; -2 null ("%s: parameter invalid.\n").
+ */
+BOARD_HAL_API int get_device_availability(uint8_t type, uint32_t index, uint32_t *availability);
+
+/**
+ * Property of the firmware information.
+ *
+ * @param kind  0 or 2.
+ * @param out   out: 4478 for kind 0, 4 for kind 2, 0 for another; not checked
+ *              for null.
+ * @return 0; -2 other @p kind.
+ */
+BOARD_HAL_API int get_firmware_info_property(uint8_t kind, uint32_t *out);
+
+/**
+ * Physical number of a device; on this board the logical one, for every type.
+ *
+ * @param physical  out: @p logical; not checked for null.
+ * @return 0.
+ */
+BOARD_HAL_API int switch_logical_num_to_physical_num(uint8_t type, uint32_t logical,
+                                                     uint32_t *physical);
+
+/** Presence of a memory board: 1 for every index. @return 0; -2 null ("%s
+ *  %d:the pointer is null.\r\n"). */
+BOARD_HAL_API int get_mem_board_present(uint32_t index, uint8_t *out);
+
+/**
+ * PCI bus number of a CPU's memory controllers, from g_dimm_bdf_info.
+ *
+ * @param cpu    CPU number. One without a record leaves @p out unwritten and
+ *               is no error; the last record of a CPU wins.
+ * @param index  0 to 3.
+ * @param out    out: the bus number.
+ * @return 0; -2 null ("%s %d:point is null\r\n") or other @p index, no message.
+ */
+BOARD_HAL_API int get_dimm_bus_number(uint8_t cpu, uint32_t index, uint32_t *out);
+
+/** PCI device number of a memory controller. As get_dimm_bus_number();
+ *  @p controller 0 or 1, any other "%s %d:invalid imc\r\n" and -2. */
+BOARD_HAL_API int get_dimm_device_number(uint8_t cpu, uint32_t controller, uint32_t *out);
+
+/** PCI function number of a memory channel. As get_dimm_bus_number(); @p unused
+ *  is ignored, @p channel 0 to 3. */
+BOARD_HAL_API int get_dimm_function_number(uint8_t cpu, uint32_t unused, uint32_t channel,
+                                           uint32_t *out);
+
+/** Register offset of the memory controllers. As get_dimm_bus_number(). */
+BOARD_HAL_API int get_dimm_register_addr(uint8_t cpu, uint32_t index, uint32_t *out);
+
+/**
+ * PCI Express configuration offset of a memory-controller register: bus << 20 |
+ * device << 15 | function << 12 | register offset.
+ *
+ * @param cpu         CPU number; 0 is written for one without a record.
+ * @param bus_index   0 to 3.
+ * @param controller  0 or 1.
+ * @param channel     0 to 3.
+ * @param reg_index   0 to 3.
+ * @param out         out: the offset.
+ * @return 0; -2 null ("%s %d:point is null\r\n"), or a lookup failed ("%s
+ *         %d:get_dimm_bus_number\r\n", "%s %d:get_dimm_device_number\r\n", "%s
+ *         %d:get_dimm_function_number\r\n", "%s
+ *         %d:get_dimm_register_addr\r\n").
+ */
+BOARD_HAL_API int get_mem_bdf_info(uint8_t cpu, uint32_t bus_index, uint32_t controller,
+                                   uint32_t channel, uint32_t reg_index, uint32_t *out);
+
+/**
+ * Where the DIMM of a slot sits.
+ *
+ * @param slot      1 to 16.
+ * @param location  out: CPU 0, DIMM index @p slot - 1.
+ * @return 0; -1 null ("get_dimm_location: parameter invalid"); -2 other @p slot
+ *         ("get_dimm_location:the slot_num%d of dimm is illegal.\n").
+ */
+BOARD_HAL_API int get_dimm_location(int32_t slot, dimm_location *location);
+
+/**
+ * Product name of a RAID card, from g_raidcard_boardid_info.
+ *
+ * @param card_code  code of the card.
+ * @param board_id   board id.
+ * @param buf        out: the name, cut to @p buflen - 1 characters, with a NUL.
+ * @param buflen     size of @p buf; 0 or below writes nothing.
+ * @return 0; -2 no such card ("%s %d:don't find right productname\r\n").
+ */
+BOARD_HAL_API int get_productname_by_boardid(uint16_t card_code, uint8_t board_id, char *buf,
+                                             int32_t buflen);
+
+/**
+ * get_productname_by_boardid() with the board id of board 2.
+ *
+ * @return 0; -1 no such card (its line, then "%s %d:get productname is
+ *         wrong\r\n").
+ */
+BOARD_HAL_API int get_raidcard_productname(uint16_t card_code, char *buf, int32_t buflen);
+
 /**
  * Error lines of the RAID card. Reads the CPLD without the register lock.
  *
  * @return 0 no error; 1 error.
  */
 BOARD_HAL_API int read_raid_err_status(void);
+
+/** Connects the battery to the ADC. @return 0. Locks: CPLD register lock. */
+BOARD_HAL_API int spa310_adc_assert_action(void);
+/** Disconnects the battery from the ADC. @return 0. Locks: CPLD register lock. */
+BOARD_HAL_API int spa310_adc_deassert_action(void);
+
+/** Whether power capping is supported. @return 1. */
+BOARD_HAL_API int get_power_capping_support(void);
+/** Whether PCIe cards have sensors: 0. @return 0; -2 null
+ *  ("get_pcie_sensor_support:val pointer is null"). */
+BOARD_HAL_API int get_pcie_sensor_support(uint8_t *out);
+/** AC loss of a power supply: 0. @return 0; -1 null ("get_ps_aclost_status:
+ *  parameter invalid"). */
+BOARD_HAL_API int get_ps_aclost_status(uint32_t index, uint8_t *out);
+
+/** Not fitted on this board. @return -1. */
+BOARD_HAL_API int set_tube_led_status(uint32_t led, uint8_t on);
+/** Not fitted on this board. @return -1. */
+BOARD_HAL_API int get_max_active_mc_num(uint32_t *num);
+/** Not fitted on this board. @return -2. */
+BOARD_HAL_API int check_id(uint32_t id, uint32_t type, uint32_t index);
+/** Not fitted on this board. @return -2. */
+BOARD_HAL_API int get_dimm_slot_by_location(void);
+/** Not fitted on this board. @return -2. */
+BOARD_HAL_API int get_physical_node_num(uint32_t node, uint32_t *num);
+/** Not fitted on this board. @return -10. */
+BOARD_HAL_API int set_bios_print_flag(uint8_t flag);
+/** Not fitted on this board. @return -10. */
+BOARD_HAL_API int get_bios_print_flag(void);
 
 /** @} */
 
