@@ -22,7 +22,7 @@ public:
 constexpr std::string_view board_devices[] = {
     "/dev/ipmc_", "/dev/i2c-", "/dev/rtc", "/dev/spear_adc", "/dev/spi", "/dev/ttyS", "/dev/mtd",
 };
-constexpr std::string_view board_trees[] = {Gpio::root, "/ko/"};
+constexpr std::string_view board_trees[] = {Gpio::root, Modules::root};
 
 std::vector<uint8_t> bytes_of(const void *data, size_t count)
 {
@@ -37,7 +37,7 @@ constexpr size_t trace_max = 512;
 
 Board::Board(const Personality &personality, Clock::Mode mode)
     : clock(mode), cpld_(std::make_shared<Cpld>()), fpga_(std::make_shared<Fpga>(clock)),
-      host_(std::make_unique<Host>(clock, *cpld_, *fpga_))
+      host_(std::make_unique<Host>(clock, *cpld_, *fpga_)), wall_clock_(clock)
 {
     cpld_->set(CPLD_REG_BOARD_ID, personality.board_id);
     cpld_->set(CPLD_REG_PCB_VERSION, personality.pcb_version);
@@ -57,6 +57,8 @@ Board::Board(const Personality &personality, Clock::Mode mode)
     attach("/dev/ipmc_fpga", fpga_);
     attach("/dev/i2c-0", std::make_shared<BareNode>("i2c-0"));
     attach("/dev/rtc", std::make_shared<BareNode>("rtc"));
+    modules_.add("load_fpga");
+    modules_.add("m25p80");
 }
 
 Board::~Board() = default;
@@ -289,6 +291,46 @@ void Board::slept(uint64_t duration_us)
     synchronise();
     trace.add(event(Operation::sleep, "", 0, duration_us));
     clock.advance_us(duration_us);
+}
+
+int Board::run(const std::vector<std::string> &command, const std::function<int()> &really)
+{
+    std::unique_lock guard(lock_);
+    synchronise();
+    std::string line;
+    for (const std::string &word : command) {
+        line += (line.empty() ? "" : " ") + word;
+    }
+    Event event = this->event(Operation::run, std::move(line), 0, 0);
+    const Fault *fault = faults.strike(event.device, Operation::run, 0);
+    if (fault != nullptr) {
+        const bool started = fault->kind != Fault::Kind::error;
+        return static_cast<int>(finish(std::move(event), started ? fault->value : -1));
+    }
+    if (Modules::owns(command)) {
+        // A wait status carries the exit code in its second byte.
+        return static_cast<int>(finish(std::move(event), modules_.run(command) << 8));
+    }
+    guard.unlock();
+    const int status = really();
+    guard.lock();
+    return static_cast<int>(finish(std::move(event), status));
+}
+
+long Board::get_time(timeval *time, struct timezone *zone)
+{
+    const std::lock_guard guard(lock_);
+    return wall_clock_.get(time, zone);
+}
+
+long Board::set_time(const timeval *time, const struct timezone *zone)
+{
+    const std::lock_guard guard(lock_);
+    synchronise();
+    Event event = this->event(Operation::set_time, "wall-clock", 0, 0);
+    const Fault *fault = faults.strike(event.device, Operation::set_time, 0);
+    return finish(std::move(event), fault != nullptr ? -static_cast<long>(fault->value)
+                                                     : wall_clock_.set(time, zone));
 }
 
 void Board::synchronise()

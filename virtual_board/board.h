@@ -14,6 +14,7 @@
 #include <string>
 #include <string_view>
 #include <utility>
+#include <vector>
 
 #include "virtual_board/clock.h"
 #include "virtual_board/cpld.h"
@@ -22,8 +23,10 @@
 #include "virtual_board/fpga.h"
 #include "virtual_board/gpio.h"
 #include "virtual_board/host.h"
+#include "virtual_board/modules.h"
 #include "virtual_board/personality.h"
 #include "virtual_board/trace.h"
+#include "virtual_board/wall_clock.h"
 
 namespace virtual_board {
 
@@ -44,6 +47,8 @@ public:
     Fpga &fpga() { return *fpga_; }
     Gpio &gpio() { return gpio_; }
     Host &host() { return *host_; }
+    Modules &modules() { return modules_; }
+    WallClock &wall_clock() { return wall_clock_; }
 
     // Puts a device at a path, or takes it away.
     void attach(const std::string &path, std::shared_ptr<Device> device);
@@ -78,6 +83,11 @@ public:
     void stored(uint32_t offset, uint8_t before);
     // A sleep; in real time the caller has slept.
     void slept(uint64_t duration_us);
+    // A program that is started: the board's own runs here, others through
+    // `really`. The result is a wait status, or -1 if it cannot be started.
+    int run(const std::vector<std::string> &command, const std::function<int()> &really);
+    long get_time(timeval *time, struct timezone *zone);
+    long set_time(const timeval *time, const struct timezone *zone);
     // Finds unwatched stores and runs what is due; called between the program's
     // accesses.
     void synchronise();
@@ -104,6 +114,8 @@ private:
     std::shared_ptr<Fpga> fpga_;
     Gpio gpio_;
     std::unique_ptr<Host> host_;
+    Modules modules_;
+    WallClock wall_clock_;
     std::map<std::string, std::shared_ptr<Device>, std::less<>> nodes_;
     size_t open_files_ = 0;
     bool stores_are_watched_ = false;

@@ -25,7 +25,9 @@ enum class Operation {
     store,
     sleep,
     lock,
-    unlock
+    unlock,
+    run,      // a program, named by its command line
+    set_time, // the system clock
 };
 
 const char *to_string(Operation operation);

@@ -45,6 +45,8 @@ std::string step(const Event &event)
     case Operation::close:
     case Operation::map:
     case Operation::unmap:
+    case Operation::run:
+    case Operation::set_time:
         return verb + " " + event.device;
     default:
         return verb + " " + event.device + " " + hex(event.address);

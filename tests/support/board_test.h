@@ -50,7 +50,8 @@ protected:
     Names held_locks() const { return locks_.held(); }
     // The trace of register accesses, locks and sleeps since clear_trace(), one
     // short text each: "lock cpld_reg_lock", "load 83", "store 83=90",
-    // "sleep 30000", "read fpga 32", "write fpga 31", "ioctl fpga 80046b01", …
+    // "sleep 30000", "read fpga 32", "write fpga 31", "ioctl fpga 80046b01",
+    // "run insmod /ko/load_fpga.ko", …
     Names steps() const;
     void clear_trace() { board.trace.clear(); }
 

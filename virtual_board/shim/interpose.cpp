@@ -11,16 +11,21 @@
 #include <fcntl.h>
 #include <stdarg.h>
 #include <stdio.h>
+#include <stdlib.h>
 #include <string.h>
 #include <sys/ioctl.h>
 #include <sys/mman.h>
 #include <sys/stat.h>
+#include <sys/time.h>
+#include <sys/wait.h>
 #include <time.h>
 #include <unistd.h>
 
 #include <atomic>
 #include <memory>
+#include <sstream>
 #include <string>
+#include <vector>
 
 #include "virtual_board/shim/descriptors.h"
 #include "virtual_board/shim/real.h"
@@ -61,6 +66,12 @@ Real<int(clockid_t, int, const timespec *, timespec *)> real_clock_nanosleep("cl
 Real<int(pthread_mutex_t *)> real_mutex_lock("pthread_mutex_lock");
 Real<int(pthread_mutex_t *)> real_mutex_trylock("pthread_mutex_trylock");
 Real<int(pthread_mutex_t *)> real_mutex_unlock("pthread_mutex_unlock");
+
+Real<int(const char *)> real_system("system");
+Real<int(const char *, char *const[])> real_vos_system("vos_system");
+Real<int(timeval *, void *)> real_gettimeofday("gettimeofday");
+Real<int(const timeval *, const struct timezone *)> real_settimeofday("settimeofday");
+Real<int(clockid_t, const timespec *)> real_clock_settime("clock_settime");
 
 std::atomic<Board *> installed{nullptr};
 std::atomic<MutexObserver> mutex_observer{nullptr};
@@ -410,6 +421,27 @@ void slept_really(Board *on, uint64_t duration_us)
         const Working guard;
         on->slept(duration_us);
     }
+}
+
+// ---- programs ----
+
+std::vector<std::string> words_of(const char *line)
+{
+    std::istringstream stream(line);
+    std::vector<std::string> words;
+    for (std::string word; stream >> word;) {
+        words.push_back(word);
+    }
+    return words;
+}
+
+// As the platform's program runner reports how a program ended.
+int runner_result(int status)
+{
+    if (status < 0) {
+        return -1;
+    }
+    return WIFSIGNALED(status) ? 128 + WTERMSIG(status) : WEXITSTATUS(status);
 }
 
 // ---- mutexes ----
@@ -791,6 +823,66 @@ int clock_nanosleep(clockid_t clock, int flags, const timespec *duration, timesp
     const int result = real_clock_nanosleep(clock, flags, duration, left);
     slept_really(on, flags == 0 ? microseconds(*duration) : 0);
     return result;
+}
+
+int gettimeofday(timeval *__restrict time, void *__restrict zone)
+{
+    Board *on = board();
+    if (on == nullptr) {
+        return real_gettimeofday(time, zone);
+    }
+    const Working guard;
+    return static_cast<int>(on->get_time(time, static_cast<struct timezone *>(zone)));
+}
+
+int settimeofday(const timeval *time, const struct timezone *zone)
+{
+    Board *on = board();
+    if (on == nullptr) {
+        return real_settimeofday(time, zone);
+    }
+    const Working guard;
+    return static_cast<int>(answer(on->set_time(time, zone)));
+}
+
+int clock_settime(clockid_t clock, const timespec *time)
+{
+    Board *on = board();
+    if (on == nullptr || clock != CLOCK_REALTIME) {
+        return real_clock_settime(clock, time);
+    }
+    const Working guard;
+    const timeval date = {time->tv_sec, static_cast<suseconds_t>(time->tv_nsec / 1000)};
+    return static_cast<int>(answer(on->set_time(&date, nullptr)));
+}
+
+int system(const char *line)
+{
+    Board *on = board();
+    if (on == nullptr || line == nullptr) {
+        return real_system(line);
+    }
+    const Working guard;
+    return on->run(words_of(line), [line] { return real_system(line); });
+}
+
+// The platform's program runner, which programs load as a library of its own.
+int vos_system(const char *program, char *const argv[])
+{
+    Board *on = board();
+    if (on == nullptr || program == nullptr || argv == nullptr) {
+        return real_vos_system(program, argv);
+    }
+    const Working guard;
+    std::vector<std::string> command = {program};
+    for (size_t i = 1; argv[0] != nullptr && argv[i] != nullptr; ++i) {
+        command.emplace_back(argv[i]);
+    }
+    // What ran for real keeps the runner's own answer, as an exit status.
+    return runner_result(on->run(command, [program, argv] {
+        const int result = real_vos_system(program, argv);
+        return result < 0 ? result : result << 8;
+    }));
 }
 
 int pthread_mutex_lock(pthread_mutex_t *mutex)
