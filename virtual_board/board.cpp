@@ -1,10 +1,12 @@
 #include "virtual_board/board.h"
 
+#include <linux/sockios.h>
 #include <string.h>
 
 #include <algorithm>
 #include <array>
 #include <functional>
+#include <numeric>
 
 #include "board_hal_cpld.h"
 
@@ -33,11 +35,24 @@ std::vector<uint8_t> bytes_of(const void *data, size_t count)
 // Longest piece of a transfer that a trace keeps.
 constexpr size_t trace_max = 512;
 
+// What a call answers that a fault keeps from its device.
+long refusal(const Fault &fault)
+{
+    return fault.kind == Fault::Kind::vanish ? -ENODEV : -static_cast<long>(fault.value);
+}
+
+uint32_t sum(const std::vector<uint32_t> &sizes)
+{
+    return std::accumulate(sizes.begin(), sizes.end(), 0U);
+}
+
 } // namespace
 
 Board::Board(const Personality &personality, Clock::Mode mode)
     : clock(mode), cpld_(std::make_shared<Cpld>()), fpga_(std::make_shared<Fpga>(clock)),
-      host_(std::make_unique<Host>(clock, *cpld_, *fpga_)), wall_clock_(clock)
+      host_(std::make_unique<Host>(clock, *cpld_, *fpga_)), wall_clock_(clock),
+      flash_(clock, {sum(personality.flash.partitions), personality.flash.erase_size}),
+      bios_flash_(clock, personality.bios_flash)
 {
     cpld_->set(CPLD_REG_BOARD_ID, personality.board_id);
     cpld_->set(CPLD_REG_PCB_VERSION, personality.pcb_version);
@@ -58,13 +73,35 @@ Board::Board(const Personality &personality, Clock::Mode mode)
     attach("/dev/i2c-0", std::make_shared<BareNode>("i2c-0"));
     attach("/dev/rtc", std::make_shared<BareNode>("rtc"));
     modules_.add("load_fpga");
-    modules_.add("m25p80");
+    attach_flash(personality.flash);
+}
+
+void Board::attach_flash(const FlashLayout &layout)
+{
+    uint32_t offset = 0;
+    for (size_t number = 0; number < layout.partitions.size(); ++number) {
+        const MtdDevice::Partition partition = {offset, layout.partitions[number]};
+        const std::string name = "mtd" + std::to_string(number);
+        const auto device = std::make_shared<MtdDevice>(name, flash_, partition);
+        device->check_access(layout.checks_access);
+        attach("/dev/" + name, device);
+        offset += partition.size;
+    }
+    // The driver finds the chip whoever owns it; the chip hears the controller
+    // only while the CPLD switches it over.
+    const auto wired = [this] { return (cpld_->get(CPLD_REG_BIOS_FLASH) & CPLD_BIOS_OWNER) != 0; };
+    const auto bios = std::make_shared<MtdDevice>(
+        "mtd6", bios_flash_, MtdDevice::Partition{0, bios_flash_.geometry().size}, wired);
+    bios->check_access(layout.checks_access);
+    modules_.add(
+        "m25p80", [this, bios] { attach("/dev/mtd6", bios); }, [this] { detach("/dev/mtd6"); });
 }
 
 Board::~Board() = default;
 
 void Board::attach(const std::string &path, std::shared_ptr<Device> device)
 {
+    gone_.erase(device->name());
     nodes_[path] = std::move(device);
 }
 
@@ -108,6 +145,20 @@ long Board::finish(Event &&event, long result)
     return result;
 }
 
+// A device that is gone strikes by itself, and for good.
+const Fault *Board::strike(const Event &event, std::optional<uint64_t> place)
+{
+    static const Fault gone = {.name = "gone", .device = {}, .kind = Fault::Kind::vanish};
+    if (gone_.contains(event.device)) {
+        return &gone;
+    }
+    const Fault *fault = faults.strike(event.device, event.operation, event.address, place);
+    if (fault != nullptr && fault->kind == Fault::Kind::vanish) {
+        gone_.insert(event.device);
+    }
+    return fault;
+}
+
 long Board::open(const std::string &path, int flags, std::shared_ptr<OpenFile> &file)
 {
     const std::lock_guard guard(lock_);
@@ -118,12 +169,11 @@ long Board::open(const std::string &path, int flags, std::shared_ptr<OpenFile> &
     opened->device = find(path);
     Event event = this->event(Operation::open, opened->device ? opened->device->name() : path,
                               static_cast<uint32_t>(flags), 0);
-    if (!opened->device) {
+    if (!opened->device || gone_.contains(event.device)) {
         return finish(std::move(event), -ENOENT);
     }
-    const Fault *fault = faults.strike(event.device, Operation::open, event.address);
-    const long result =
-        fault != nullptr ? -static_cast<long>(fault->value) : opened->device->open(*opened);
+    const Fault *fault = strike(event);
+    const long result = fault != nullptr ? refusal(*fault) : opened->device->open(*opened);
     if (result >= 0) {
         ++open_files_;
         file = std::move(opened);
@@ -140,18 +190,18 @@ long Board::close(OpenFile &file)
     return finish(event(Operation::close, file, 0, 0), 0);
 }
 
-// One transfer with the faults that strike it. `answers` tells a read, whose
-// buffer holds the answer afterwards.
-long Board::move(OpenFile &file, Event &event, size_t count, bool answers, void *buffer,
+// One transfer with the fault that strikes it, if any. The answer is a read's
+// buffer.
+long Board::move(OpenFile &file, Event &event, const Fault *fault, size_t count, void *answer,
                  const std::function<long(size_t)> &transfer)
 {
-    const Fault *fault = faults.strike(event.device, event.operation, event.address);
     if (fault == nullptr) {
         return transfer(count);
     }
     switch (fault->kind) {
     case Fault::Kind::error:
-        return -static_cast<long>(fault->value);
+    case Fault::Kind::vanish:
+        return refusal(*fault);
     case Fault::Kind::result:
         return static_cast<long>(fault->value);
     case Fault::Kind::late_result:
@@ -163,10 +213,14 @@ long Board::move(OpenFile &file, Event &event, size_t count, bool answers, void 
         file.offset += static_cast<long long>(count);
         return static_cast<long>(count);
     case Fault::Kind::bit_flip: {
+        const long long start = file.offset;
         const long result = transfer(count);
-        const auto bit = static_cast<size_t>(fault->value);
-        if (answers && result > 0 && bit / 8 < static_cast<size_t>(result)) {
-            static_cast<uint8_t *>(buffer)[bit / 8] ^= static_cast<uint8_t>(1U << bit % 8);
+        const long long byte = fault->value / 8;
+        const auto bit = static_cast<unsigned>(fault->value % 8);
+        if (byte < result && answer != nullptr) {
+            static_cast<uint8_t *>(answer)[byte] ^= static_cast<uint8_t>(1U << bit);
+        } else if (byte < result && event.operation == Operation::write) {
+            file.device->flip_stored_bit(start + byte, bit);
         }
         return result;
     }
@@ -184,7 +238,7 @@ long Board::read(OpenFile &file, void *buffer, size_t count)
     Event event =
         this->event(Operation::read, file, file.device->address_of(file, buffer, count), count);
     event.bytes = bytes_of(buffer, std::min(file.device->request_length(buffer, count), trace_max));
-    const long result = move(file, event, count, true, buffer, [&](size_t allowed) {
+    const long result = move(file, event, strike(event), count, buffer, [&](size_t allowed) {
         return file.device->read(file, buffer, allowed);
     });
     if (result > 0 && result <= 9999) {
@@ -201,7 +255,7 @@ long Board::write(OpenFile &file, const void *buffer, size_t count)
     Event event =
         this->event(Operation::write, file, file.device->address_of(file, buffer, count), count);
     event.bytes = bytes_of(buffer, std::min(file.device->record_length(buffer, count), trace_max));
-    const long result = move(file, event, count, false, nullptr, [&](size_t allowed) {
+    const long result = move(file, event, strike(event), count, nullptr, [&](size_t allowed) {
         return file.device->write(file, buffer, allowed);
     });
     return finish(std::move(event), result);
@@ -212,7 +266,9 @@ long Board::ioctl(OpenFile &file, uint32_t request, void *argument)
     const std::lock_guard guard(lock_);
     synchronise();
     Event event = this->event(Operation::ioctl, file, request, 0);
-    const long result = move(file, event, 0, false, nullptr,
+    event.bytes = bytes_of(argument, file.device->argument_length(request));
+    const Fault *fault = strike(event, file.device->place_of(request, argument));
+    const long result = move(file, event, fault, 0, nullptr,
                              [&](size_t) { return file.device->ioctl(file, request, argument); });
     return finish(std::move(event), result);
 }
@@ -222,10 +278,10 @@ long long Board::seek(OpenFile &file, long long offset, int whence)
     const std::lock_guard guard(lock_);
     synchronise();
     Event event = this->event(Operation::seek, file, static_cast<uint32_t>(offset), 0);
-    const Fault *fault = faults.strike(event.device, Operation::seek, event.address);
+    const Fault *fault = strike(event);
     const long long result = fault == nullptr ? file.device->seek(file, offset, whence)
-                             : fault->kind == Fault::Kind::error ? -fault->value
-                                                                 : fault->value;
+                             : fault->kind == Fault::Kind::result ? fault->value
+                                                                  : refusal(*fault);
     event.result = result;
     trace.add(std::move(event));
     return result;
@@ -236,7 +292,7 @@ long Board::map(OpenFile &file, size_t length, Mapping &mapping)
     const std::lock_guard guard(lock_);
     synchronise();
     Event event = this->event(Operation::map, file, 0, length);
-    const Fault *fault = faults.strike(event.device, Operation::map, 0);
+    const Fault *fault = strike(event);
     if (fault == nullptr) {
         return finish(std::move(event), file.device->map(file, length, mapping));
     }
@@ -244,7 +300,7 @@ long Board::map(OpenFile &file, size_t length, Mapping &mapping)
         mapping.forced_address = static_cast<uintptr_t>(fault->value);
         return finish(std::move(event), 0);
     }
-    return finish(std::move(event), -static_cast<long>(fault->value));
+    return finish(std::move(event), refusal(*fault));
 }
 
 void Board::unmapped(const std::string &device, size_t length)
@@ -259,12 +315,45 @@ long Board::status(const std::string &path, struct stat &status)
 {
     const std::lock_guard guard(lock_);
     const std::shared_ptr<Device> device = find(path);
-    if (!device) {
+    if (!device || gone_.contains(device->name())) {
         return -ENOENT;
     }
+    return status_of(*device, status);
+}
+
+long Board::status(const OpenFile &file, struct stat &status)
+{
+    const std::lock_guard guard(lock_);
+    return status_of(*file.device, status);
+}
+
+long Board::status_of(const Device &device, struct stat &status)
+{
+    const Fault *fault = strike(event(Operation::status, device.name(), 0, 0));
+    if (fault != nullptr) {
+        return refusal(*fault);
+    }
     status = {};
-    device->describe(status);
+    device.describe(status);
     return 0;
+}
+
+long Board::control_socket()
+{
+    const std::lock_guard guard(lock_);
+    synchronise();
+    Event event = this->event(Operation::open, network_.name(), 0, 0);
+    const Fault *fault = strike(event);
+    return finish(std::move(event), fault != nullptr ? refusal(*fault) : 0);
+}
+
+long Board::ethtool(void *record)
+{
+    const std::lock_guard guard(lock_);
+    synchronise();
+    Event event = this->event(Operation::ioctl, network_.name(), SIOCETHTOOL, 0);
+    const Fault *fault = strike(event);
+    return finish(std::move(event), fault != nullptr ? refusal(*fault) : network_.ethtool(record));
 }
 
 void Board::loaded(uint32_t offset)

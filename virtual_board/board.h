@@ -11,6 +11,8 @@
 #include <map>
 #include <memory>
 #include <mutex>
+#include <optional>
+#include <set>
 #include <string>
 #include <string_view>
 #include <utility>
@@ -24,6 +26,9 @@
 #include "virtual_board/gpio.h"
 #include "virtual_board/host.h"
 #include "virtual_board/modules.h"
+#include "virtual_board/mtd_device.h"
+#include "virtual_board/network_port.h"
+#include "virtual_board/nor_flash.h"
 #include "virtual_board/personality.h"
 #include "virtual_board/trace.h"
 #include "virtual_board/wall_clock.h"
@@ -49,6 +54,10 @@ public:
     Host &host() { return *host_; }
     Modules &modules() { return modules_; }
     WallClock &wall_clock() { return wall_clock_; }
+    // The controller's own flash, and the host's BIOS flash.
+    NorFlash &flash() { return flash_; }
+    NorFlash &bios_flash() { return bios_flash_; }
+    NetworkPort &network() { return network_; }
 
     // Puts a device at a path, or takes it away.
     void attach(const std::string &path, std::shared_ptr<Device> device);
@@ -75,6 +84,10 @@ public:
     long map(OpenFile &file, size_t length, Mapping &mapping);
     void unmapped(const std::string &device, size_t length);
     long status(const std::string &path, struct stat &status);
+    long status(const OpenFile &file, struct stat &status);
+    // A control socket for the network port; the result is 0 or an error.
+    long control_socket();
+    long ethtool(void *record);
     // Whether each load and store of a mapped register is reported; if not, the
     // board looks for changes whenever it is synchronised.
     void stores_are_watched(bool watched) { stores_are_watched_ = watched; }
@@ -106,7 +119,10 @@ private:
     Event event(Operation operation, std::string device, uint32_t address, uint64_t count) const;
     Event event(Operation operation, const OpenFile &file, uint32_t address, uint64_t count) const;
     long finish(Event &&event, long result);
-    long move(OpenFile &file, Event &event, size_t count, bool answers, void *buffer,
+    void attach_flash(const FlashLayout &layout);
+    long status_of(const Device &device, struct stat &status);
+    const Fault *strike(const Event &event, std::optional<uint64_t> place = {});
+    long move(OpenFile &file, Event &event, const Fault *fault, size_t count, void *answer,
               const std::function<long(size_t)> &transfer);
 
     std::recursive_mutex lock_;
@@ -116,7 +132,11 @@ private:
     std::unique_ptr<Host> host_;
     Modules modules_;
     WallClock wall_clock_;
+    NorFlash flash_;
+    NorFlash bios_flash_;
+    NetworkPort network_;
     std::map<std::string, std::shared_ptr<Device>, std::less<>> nodes_;
+    std::set<std::string, std::less<>> gone_; // devices that a fault took away
     size_t open_files_ = 0;
     bool stores_are_watched_ = false;
 };

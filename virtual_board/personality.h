@@ -6,8 +6,20 @@
 
 #include <array>
 #include <string>
+#include <vector>
+
+#include "virtual_board/nor_flash.h"
 
 namespace virtual_board {
+
+// A flash chip of the controller and its partitions, from its start on.
+struct FlashLayout {
+    uint32_t erase_size = 0x10000;
+    // /dev/mtd0 to 5: boot loader, its spare, environment, kernel, file system
+    // and data.
+    std::vector<uint32_t> partitions = {0x40000, 0x40000, 0x10000, 0x400000, 0xC00000, 0x800000};
+    bool checks_access = false; // the driver wants a descriptor opened for writing
+};
 
 struct Personality {
     std::string name = "brava-0";
@@ -19,6 +31,8 @@ struct Personality {
     std::array<uint8_t, 5> cpld_compile_time = {0x20, 0x16, 0x12, 0x19, 0x17};
     bool host_powered = false;
     bool power_button_locked = false;
+    FlashLayout flash;
+    NorGeometry bios_flash = {.size = 0x800000, .erase_size = 0x10000};
 };
 
 } // namespace virtual_board

@@ -6,7 +6,8 @@ const char *to_string(Operation operation)
 {
     static constexpr const char *names[] = {"open",  "close", "read",   "write", "ioctl",
                                             "seek",  "map",   "unmap",  "load",  "store",
-                                            "sleep", "lock",  "unlock", "run",   "set_time"};
+                                            "sleep", "lock",  "unlock", "run",   "set_time",
+                                            "status"};
     return names[static_cast<size_t>(operation)];
 }
 

@@ -28,6 +28,7 @@ enum class Operation {
     unlock,
     run,      // a program, named by its command line
     set_time, // the system clock
+    status,   // stat and its kin; for faults, not traced
 };
 
 const char *to_string(Operation operation);

@@ -46,6 +46,8 @@ protected:
 
     // What the library printed since the last call.
     std::string output();
+    // How much of it has left the program's buffer: a terminal shows no more.
+    size_t flushed_output() const { return output_->flushed(); }
     // The locks that are held now, by name, sorted.
     Names held_locks() const { return locks_.held(); }
     // The trace of register accesses, locks and sleeps since clear_trace(), one

@@ -2,6 +2,8 @@
 #ifndef TESTS_SUPPORT_CAPTURED_OUTPUT_H
 #define TESTS_SUPPORT_CAPTURED_OUTPUT_H
 
+#include <stddef.h>
+
 #include <string>
 
 namespace board_test {
@@ -17,6 +19,8 @@ public:
 
     // What was written since the last call.
     std::string take();
+    // Bytes that have left the program's buffer since then.
+    size_t flushed() const;
 
 private:
     int memory_;
