@@ -150,8 +150,8 @@ int bios_read(int32_t offset, uint8_t *buffer, int32_t length)
     if (device < 0) {
         return -5;
     }
-    const bool complete = lseek(device, offset, SEEK_SET) >= 0 &&
-                          read(device, buffer, count_of(length)) == length;
+    const bool complete =
+        lseek(device, offset, SEEK_SET) >= 0 && read(device, buffer, count_of(length)) == length;
     close(device);
     return complete ? length : -5;
 }

@@ -260,8 +260,7 @@ int load_bios(const char *device, const char *image, uint32_t image_offset, uint
     return end_load(load_by_flag({device, image, image_offset, image_size, stages}));
 }
 
-int load_bios_bin(const char *device, const char *image, uint32_t, int32_t length,
-                  uint32_t stages)
+int load_bios_bin(const char *device, const char *image, uint32_t, int32_t length, uint32_t stages)
 {
     if (device == nullptr || image == nullptr || !take_flash()) {
         return -2;
@@ -269,8 +268,7 @@ int load_bios_bin(const char *device, const char *image, uint32_t, int32_t lengt
     return end_load(spi_flash_copy(device, 0, image, 0, length, stage_of(stages, 1), 1) == 0);
 }
 
-int isFullUpgrade(const char *device, const char *image, uint32_t image_offset,
-                  uint32_t image_size)
+int isFullUpgrade(const char *device, const char *image, uint32_t image_offset, uint32_t image_size)
 {
     if (device == nullptr || image == nullptr || !take_flash()) {
         return -2;

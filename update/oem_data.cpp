@@ -62,14 +62,14 @@ bool copy_oem_data(const uint8_t *block, uint8_t *out, uint32_t out_size)
     }
     while (at < block_size) {
         if (at + file_header_size > block_size) {
-            printf("%s %d pnvDataheader is overrunning array of 4096 bytes!\n",
-                   "get_bios_oem_data", header_overrun_id);
+            printf("%s %d pnvDataheader is overrunning array of 4096 bytes!\n", "get_bios_oem_data",
+                   header_overrun_id);
             return false;
         }
         if (guid_match(block + at, g_OemDataGuid) == 0) {
             if (at + oem_file_size >= block_size) {
-                printf("%s %d poemData is overrunning array of 4096 bytes!\n",
-                       "get_bios_oem_data", data_overrun_id);
+                printf("%s %d poemData is overrunning array of 4096 bytes!\n", "get_bios_oem_data",
+                       data_overrun_id);
                 return false;
             }
             vos_memcpy(out, out_size, block + at + file_header_size, oem_data_size);
@@ -143,8 +143,8 @@ int get_flash_upgrade_flag(const char *device, uint32_t offset, uint32_t *flag)
         puts("open error");
         return -1;
     }
-    const bool found = lseek(flash, static_cast<int32_t>(offset), SEEK_SET) >= 0 &&
-                       search_flash(flash, flag);
+    const bool found =
+        lseek(flash, static_cast<int32_t>(offset), SEEK_SET) >= 0 && search_flash(flash, flag);
     close(flash);
     return found ? 0 : -1;
 }
