@@ -89,7 +89,7 @@
 #define CPLD_REG_MEMORY_EVENT_LOW 0x42
 /** Memory event indications of items 4 to 7. */
 #define CPLD_REG_MEMORY_EVENT_HIGH 0x43
-/** Indications of the first to fourth item of either register. */
+/** Indications of the first to fourth item (also in CPLD_REG_MEMORY_EVENT_LOW). */
 #define CPLD_MEMORY_EVENT_FIRST 0x40
 #define CPLD_MEMORY_EVENT_SECOND 0x10
 #define CPLD_MEMORY_EVENT_THIRD 0x04

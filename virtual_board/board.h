@@ -11,6 +11,7 @@
 #include <map>
 #include <memory>
 #include <mutex>
+#include <new>
 #include <optional>
 #include <set>
 #include <string>
@@ -110,9 +111,11 @@ public:
     // Opens not yet closed.
     size_t open_files() const { return open_files_; }
 
-    // For fork: the board's lock is held over it and free in both processes.
+    // For fork: the board's lock is held over it and free in both processes. The
+    // child makes its lock anew: its thread is not the owner that took it.
     void before_fork() { lock_.lock(); }
-    void after_fork() { lock_.unlock(); }
+    void after_fork_in_parent() { lock_.unlock(); }
+    void after_fork_in_child() { new (&lock_) std::recursive_mutex; }
 
 private:
     std::shared_ptr<Device> find(std::string_view path);

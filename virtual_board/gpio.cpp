@@ -104,6 +104,9 @@ Gpio::Gpio() : export_file_(std::make_shared<ExportFile>(*this)) {}
 
 std::shared_ptr<Device> Gpio::find(std::string_view path)
 {
+    if (!present_) {
+        return nullptr;
+    }
     std::string_view rest = path.substr(root.size());
     if (rest == "/export") {
         return export_file_;

@@ -28,6 +28,8 @@ public:
     bool exported(int line) const { return lines_.count(line) != 0; }
     // The state of a line; it need not be exported.
     Line &line(int number) { return states_[number]; }
+    // Takes the whole sysfs tree away, as on a kernel without it.
+    void remove() { present_ = false; }
 
     // Bus face: the node behind a path below root; null if there is none. A
     // line's files exist once it is exported.
@@ -39,6 +41,7 @@ private:
 
     long export_line(std::string_view text);
 
+    bool present_ = true;
     std::shared_ptr<Device> export_file_;
     std::map<int, std::map<std::string, std::shared_ptr<Device>, std::less<>>> lines_;
     std::map<int, Line> states_;

@@ -514,13 +514,23 @@ void before_fork()
     }
 }
 
-void after_fork()
+void after_fork_in_parent()
 {
     Board *on = installed.load(std::memory_order_acquire);
     const Working guard;
     if (on != nullptr) {
         descriptors().after_fork();
-        on->after_fork();
+        on->after_fork_in_parent();
+    }
+}
+
+void after_fork_in_child()
+{
+    Board *on = installed.load(std::memory_order_acquire);
+    const Working guard;
+    if (on != nullptr) {
+        descriptors().after_fork();
+        on->after_fork_in_child();
     }
 }
 
@@ -528,7 +538,8 @@ void after_fork()
 
 void install(Board *new_board)
 {
-    static const int fork_handlers = pthread_atfork(before_fork, after_fork, after_fork);
+    static const int fork_handlers =
+        pthread_atfork(before_fork, after_fork_in_parent, after_fork_in_child);
     static_cast<void>(fork_handlers);
     if (new_board == nullptr && installed.load() != nullptr) {
         for (const int descriptor : descriptors().all()) {

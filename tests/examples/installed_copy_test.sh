@@ -1,0 +1,21 @@
+# Builds the example by itself against an installed copy of the library, and
+# starts it where there is no board.
+# usage: installed_copy_test.sh CMAKE BUILD_FOLDER EXAMPLE COMPILER
+set -eu
+
+folder=$(mktemp -d)
+trap 'rm -rf "$folder"' EXIT
+
+"$1" --install "$2" --prefix "$folder/installed" >/dev/null
+"$1" -S "$3" -B "$folder/build" -DCMAKE_PREFIX_PATH="$folder/installed" -DCMAKE_CXX_COMPILER="$4" >/dev/null
+"$1" --build "$folder/build" >/dev/null
+
+LD_LIBRARY_PATH=$(dirname "$(find "$folder/installed" -name libboard_hal.so)")
+export LD_LIBRARY_PATH
+if output=$("$folder/build/chassis_controller"); then
+    echo "it started without a board"
+    exit 1
+fi
+echo "$output"
+echo "$output" | grep -qF "cpld_init: cann't open device"
+echo "$output" | grep -qF 'bmc   | the board cannot be opened (-1)'
