@@ -943,15 +943,14 @@ BOARD_HAL_API int get_bios_owner(uint8_t *owner);
  * Polls one item of a disk's status. The board reports four lines per disk,
  * called P, F, R and V here.
  *
- * | item | status                                                              |
- * |------|---------------------------------------------------------------------|
- * | 0    | P                                                                   |
- * | 1    | F                                                                   |
- * | 2    | V, debounced; only while P = 1 and R = 0                            |
- * | 3    | R                                                                   |
- * | 6    | V, debounced; only while P = 0 and R = 0                            |
- * | 7    | P, R and V all 1, debounced: 0 until ten polls in a row saw that, then 1 until ten did
- * not |
+ * | item | status                                                                |
+ * |------|-----------------------------------------------------------------------|
+ * | 0    | P                                                                     |
+ * | 1    | F                                                                     |
+ * | 2    | V, debounced; only while P = 1 and R = 0                              |
+ * | 3    | R                                                                     |
+ * | 6    | V, debounced; only while P = 0 and R = 0                              |
+ * | 7    | P, R and V all 1: 1 after ten such polls in a row, 0 after ten others |
  *
  * A debounced value is believed when ten polls in a row saw it; each item of
  * each disk counts for itself.

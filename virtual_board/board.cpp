@@ -50,7 +50,8 @@ uint32_t sum(const std::vector<uint32_t> &sizes)
 
 Board::Board(const Personality &personality, Clock::Mode mode)
     : clock(mode), cpld_(std::make_shared<Cpld>()), fpga_(std::make_shared<Fpga>(clock)),
-      host_(std::make_unique<Host>(clock, *cpld_, *fpga_)), wall_clock_(clock),
+      host_(std::make_unique<Host>(clock, *cpld_, *fpga_)), cpus_(*cpld_), disks_(clock, *cpld_),
+      leds_(*cpld_), bios_switch_(*cpld_), slot_(*fpga_), wall_clock_(clock),
       flash_(clock, {sum(personality.flash.partitions), personality.flash.erase_size}),
       bios_flash_(clock, personality.bios_flash)
 {
@@ -68,6 +69,7 @@ Board::Board(const Personality &personality, Clock::Mode mode)
         cpld_->set(CPLD_REG_POWER_STATE, CPLD_POWER_GOOD);
         cpld_->set(CPLD_REG_CHIPSET, CPLD_CHIPSET_STATUS);
     }
+    fit(personality);
     attach("/dev/ipmc_cpld", cpld_);
     attach("/dev/ipmc_fpga", fpga_);
     attach("/dev/i2c-0", std::make_shared<BareNode>("i2c-0"));
@@ -89,7 +91,8 @@ void Board::attach_flash(const FlashLayout &layout)
     }
     // The driver finds the chip whoever owns it; the chip hears the controller
     // only while the CPLD switches it over.
-    const auto wired = [this] { return (cpld_->get(CPLD_REG_BIOS_FLASH) & CPLD_BIOS_OWNER) != 0; };
+    const auto wired = [this] { return bios_switch_.owner() == BiosSwitch::Owner::controller; };
+    bios_flash_.wire_protect([this] { return bios_switch_.write_protected(); });
     const auto bios = std::make_shared<MtdDevice>(
         "mtd6", bios_flash_, MtdDevice::Partition{0, bios_flash_.geometry().size}, wired);
     bios->check_access(layout.checks_access);
@@ -98,6 +101,40 @@ void Board::attach_flash(const FlashLayout &layout)
 }
 
 Board::~Board() = default;
+
+// What is plugged into the board.
+void Board::fit(const Personality &personality)
+{
+    for (unsigned socket = 0; socket < Cpus::sockets; ++socket) {
+        if (personality.cpus_fitted[socket]) {
+            cpus_.fit(socket, personality.cpu_generation);
+        }
+    }
+    for (unsigned bay = 0; bay < Disks::bays; ++bay) {
+        if (personality.disks_fitted[bay]) {
+            disks_.insert(bay);
+        }
+    }
+    const auto &ports = personality.hdd_backplane_ports;
+    const struct {
+        uint8_t offset;
+        int value;
+    } registers[] = {
+        {CPLD_REG_HDD_BACKPLANE_01, ports[0] << 4 | ports[1]},
+        {CPLD_REG_HDD_BACKPLANE_2, ports[2] << 4},
+        {CPLD_REG_BOARD_2, personality.board_2_pcb_version << 4},
+        {CPLD_REG_BOARD_3, personality.board_3_pcb_version << 4 | personality.board_3_id},
+        {CPLD_REG_BOARD_6, personality.board_6_fitted ? CPLD_BOARD_6_PRESENT : 0},
+        {CPLD_REG_AMC_PRESENCE, personality.amc_modules},
+        {CPLD_REG_SERIAL_ROUTING, personality.serial_route},
+    };
+    for (const auto &row : registers) {
+        cpld_->set(row.offset, static_cast<uint8_t>(row.value));
+    }
+    slot_.set_number(personality.slot_number);
+    slot_.base_board_id = personality.base_board_id;
+    slot_.blade_pcb_version = personality.blade_pcb_version;
+}
 
 void Board::attach(const std::string &path, std::shared_ptr<Device> device)
 {
@@ -362,6 +399,7 @@ void Board::loaded(uint32_t offset)
     Event event = this->event(Operation::load, cpld_->name(), offset, 1);
     event.result = cpld_->get(offset);
     trace.add(std::move(event));
+    cpld_->loaded(offset);
 }
 
 void Board::stored(uint32_t offset, uint8_t before)

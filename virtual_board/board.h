@@ -19,18 +19,23 @@
 #include <utility>
 #include <vector>
 
+#include "virtual_board/bios_switch.h"
 #include "virtual_board/clock.h"
 #include "virtual_board/cpld.h"
+#include "virtual_board/cpus.h"
 #include "virtual_board/device.h"
+#include "virtual_board/disks.h"
 #include "virtual_board/fault.h"
 #include "virtual_board/fpga.h"
 #include "virtual_board/gpio.h"
 #include "virtual_board/host.h"
+#include "virtual_board/leds.h"
 #include "virtual_board/modules.h"
 #include "virtual_board/mtd_device.h"
 #include "virtual_board/network_port.h"
 #include "virtual_board/nor_flash.h"
 #include "virtual_board/personality.h"
+#include "virtual_board/slot.h"
 #include "virtual_board/trace.h"
 #include "virtual_board/wall_clock.h"
 
@@ -53,6 +58,11 @@ public:
     Fpga &fpga() { return *fpga_; }
     Gpio &gpio() { return gpio_; }
     Host &host() { return *host_; }
+    Cpus &cpus() { return cpus_; }
+    Disks &disks() { return disks_; }
+    const Leds &leds() const { return leds_; }
+    BiosSwitch &bios_switch() { return bios_switch_; }
+    Slot &slot() { return slot_; }
     Modules &modules() { return modules_; }
     WallClock &wall_clock() { return wall_clock_; }
     // The controller's own flash, and the host's BIOS flash.
@@ -118,6 +128,7 @@ public:
     void after_fork_in_child() { new (&lock_) std::recursive_mutex; }
 
 private:
+    void fit(const Personality &personality);
     std::shared_ptr<Device> find(std::string_view path);
     Event event(Operation operation, std::string device, uint32_t address, uint64_t count) const;
     Event event(Operation operation, const OpenFile &file, uint32_t address, uint64_t count) const;
@@ -133,6 +144,11 @@ private:
     std::shared_ptr<Fpga> fpga_;
     Gpio gpio_;
     std::unique_ptr<Host> host_;
+    Cpus cpus_;
+    Disks disks_;
+    Leds leds_;
+    BiosSwitch bios_switch_;
+    Slot slot_;
     Modules modules_;
     WallClock wall_clock_;
     NorFlash flash_;

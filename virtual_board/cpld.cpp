@@ -78,6 +78,11 @@ void Cpld::on_store(uint32_t offset, StoreObserver observer)
     rules_.at(offset).observers.push_back(std::move(observer));
 }
 
+void Cpld::on_load(uint32_t offset, LoadObserver observer)
+{
+    rules_.at(offset).load_observers.push_back(std::move(observer));
+}
+
 long Cpld::map(OpenFile &, size_t length, Mapping &mapping)
 {
     if (length > CPLD_WINDOW_SIZE) {
@@ -91,6 +96,16 @@ long Cpld::map(OpenFile &, size_t length, Mapping &mapping)
 long Cpld::ioctl(OpenFile &, uint32_t request, void *argument)
 {
     return CpldProgrammer::takes(request) ? programmer_.run(request, argument) : -ENOTTY;
+}
+
+void Cpld::loaded(uint32_t offset)
+{
+    if (offset >= rules_.size()) {
+        return;
+    }
+    for (const LoadObserver &observer : rules_[offset].load_observers) {
+        observer();
+    }
 }
 
 void Cpld::stored(uint32_t offset, uint8_t before)

@@ -16,11 +16,12 @@ namespace virtual_board {
 
 // The registers are memory that programs map. On machines where the shim can
 // watch the mapping, each load and store reaches the model by itself
-// (before_load, stored); elsewhere the model compares the memory with what it
+// (loaded, stored); elsewhere the model compares the memory with what it
 // last saw whenever the board is synchronised.
 class Cpld : public Device {
 public:
     using StoreObserver = std::function<void(uint8_t before, uint8_t after)>;
+    using LoadObserver = std::function<void()>;
 
     Cpld();
     ~Cpld() override;
@@ -37,11 +38,14 @@ public:
     // Called after a program's store has taken effect, also if nothing changed.
     void on_store(uint32_t offset, StoreObserver observer);
     CpldProgrammer &programmer() { return programmer_; }
+    // Called after a program's load, where single loads are seen.
+    void on_load(uint32_t offset, LoadObserver observer);
 
     // Bus face.
     long map(OpenFile &file, size_t length, Mapping &mapping) override;
     long ioctl(OpenFile &file, uint32_t request, void *argument) override;
-    // A program is about to load, or has stored, a byte of the window.
+    // A program has loaded, or has stored, a byte of the window.
+    void loaded(uint32_t offset);
     void stored(uint32_t offset, uint8_t before);
     // Finds stores that were not watched; calls `found` with the offset and the
     // byte before for each.
@@ -53,6 +57,7 @@ private:
         uint8_t stuck = 0; // bits that hold stuck_level
         uint8_t stuck_level = 0;
         std::vector<StoreObserver> observers;
+        std::vector<LoadObserver> load_observers;
     };
 
     int memory_ = -1;

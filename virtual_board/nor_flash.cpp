@@ -48,7 +48,7 @@ void NorFlash::restore_power()
 
 bool NorFlash::refuses(uint32_t offset, size_t count) const
 {
-    if (!powered_ || protected_) {
+    if (!powered_ || protected_ || (protect_pin_ && protect_pin_())) {
         return true;
     }
     const size_t end = offset + count;

@@ -5,7 +5,9 @@
 #include <stddef.h>
 #include <stdint.h>
 
+#include <functional>
 #include <optional>
+#include <utility>
 #include <vector>
 
 #include "virtual_board/clock.h"
@@ -39,8 +41,10 @@ public:
     // Erases that the block has seen.
     uint32_t wear(uint32_t block) const { return wear_.at(block); }
     void set_timing(const NorTiming &timing) { timing_ = timing; }
-    // The chip's protect pin: nothing is erased or programmed while it is low.
+    // While protected nothing is erased or programmed: by the bench, or by
+    // whatever drives the chip's protect pin.
     void protect(bool on) { protected_ = on; }
+    void wire_protect(std::function<bool()> pin) { protect_pin_ = std::move(pin); }
     // Power fails once the chip has erased or programmed that many more bytes,
     // in the middle of whatever it does then. A chip without power answers
     // nothing.
@@ -70,6 +74,7 @@ private:
     std::vector<uint32_t> wear_;
     std::vector<bool> locked_;
     bool protected_ = false;
+    std::function<bool()> protect_pin_;
     bool powered_ = true;
     std::optional<uint64_t> bytes_left_;
 };

@@ -244,6 +244,18 @@ TEST_F(MtdDeviceTest, BiosFlashHearsTheControllerWhileItOwnsIt)
     EXPECT_EQ(board.bios_flash().wear(0), 1U);
 }
 
+TEST_F(MtdDeviceTest, BiosFlashIsProtectedByItsSwitch)
+{
+    ASSERT_EQ(system("insmod /ko/m25p80.ko"), 0);
+    ASSERT_GE(open_node("/dev/mtd6"), 0);
+    set_reg(CPLD_REG_BIOS_FLASH, CPLD_BIOS_OWNER | CPLD_BIOS_WRITE_PROTECT);
+    EXPECT_EQ(write_at(0, {0}), -EIO);
+    EXPECT_EQ(erase(0, 0x1000), -EIO);
+    EXPECT_EQ(read_at(0, 1), Bytes{0xFF});
+    set_reg(CPLD_REG_BIOS_FLASH, CPLD_BIOS_OWNER);
+    EXPECT_EQ(write_at(0, {0}), 1);
+}
+
 TEST_F(MtdDeviceTest, RelativePathsLeadWhereTheWorkingDirectorySays)
 {
     ASSERT_EQ(chdir("/"), 0);
