@@ -411,15 +411,15 @@ TEST_F(BiosImageTest, ElevenRegionsAreTheMost)
 TEST_F(BiosImageTest, TwelfthRegionFails)
 {
     OemImage oem = image_with(0);
-    for (uint32_t i = 0; i < 11; ++i) {
+    for (uint32_t i = 0; i < 12; ++i) {
         oem.regions.emplace_back(0x2000 + i * 0x1000, 0x100);
     }
-    oem.region_count = 12;
     const Bytes image = full_oem_image(oem, 2);
     put_flash(Bytes(partition_size, 0));
     EXPECT_EQ(load_bios(device, file("image", image).c_str(), 0, partition_size, 0), -2);
     EXPECT_EQ(flash()[0xC000], image[0xC000]);
     EXPECT_EQ(board.bios_flash().wear(0xC), 1U);
+    EXPECT_EQ(board.bios_flash().wear(0xD), 0U);
     EXPECT_EQ(status(), Status(0, 3));
     expect_left(false, false);
 }

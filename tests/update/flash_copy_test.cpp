@@ -672,6 +672,22 @@ TEST_P(EitherCopyTest, DescriptorZeroIsNeverClosed)
     close(standard_input);
 }
 
+TEST_P(EitherCopyTest, DescriptorZeroIsNeverClosedAsAnImageEither)
+{
+    const std::string name = file("image", pattern(10));
+    const int standard_input = fcntl(0, F_DUPFD_CLOEXEC, 3);
+    // 0 becomes free when the device is open and the image is not.
+    board.trace.listen([](const Event &event) {
+        if (event.address == MEMGETINFO) {
+            close(0);
+        }
+    });
+    EXPECT_EQ(copy(device, name.c_str(), 10), 0);
+    EXPECT_NE(fcntl(0, F_GETFD), -1);
+    dup2(standard_input, 0);
+    close(standard_input);
+}
+
 TEST_P(EitherCopyTest, FailsWithoutMemory)
 {
     if (!heap_is_watched()) {

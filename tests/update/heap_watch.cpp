@@ -128,6 +128,9 @@ void *malloc(size_t size)
         return nullptr;
     }
     void *const memory = __libc_malloc(size);
+    if (memory != nullptr) {
+        memset(memory, 0x5A, size); // never zero by chance
+    }
     if (count < most_allocations) {
         made[count++] = {memory, size};
         held += size;
