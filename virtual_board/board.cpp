@@ -1,11 +1,13 @@
 #include "virtual_board/board.h"
 
+#include <linux/ioctl.h>
 #include <linux/sockios.h>
 #include <string.h>
 
 #include <algorithm>
 #include <array>
 #include <functional>
+#include <new>
 #include <numeric>
 
 #include "board_hal_cpld.h"
@@ -274,13 +276,16 @@ long Board::read(OpenFile &file, void *buffer, size_t count)
     synchronise();
     Event event =
         this->event(Operation::read, file, file.device->address_of(file, buffer, count), count);
-    event.bytes = bytes_of(buffer, std::min(file.device->request_length(buffer, count), trace_max));
+    const size_t request = file.device->request_length(buffer, count);
+    event.bytes = bytes_of(buffer, std::min(request, trace_max));
     const long result = move(file, event, strike(event), count, buffer, [&](size_t allowed) {
         return file.device->read(file, buffer, allowed);
     });
     if (result > 0 && result <= 9999) {
-        // Register reads answer four bytes into a call that asked for one.
-        event.answer = bytes_of(buffer, std::min(static_cast<size_t>(result), trace_max));
+        // Register reads answer four bytes into a call that asked for one; a
+        // result that a fault made up says nothing about the buffer.
+        const size_t room = std::max(count, request);
+        event.answer = bytes_of(buffer, std::min({static_cast<size_t>(result), room, trace_max}));
     }
     return finish(std::move(event), result);
 }
@@ -303,10 +308,15 @@ long Board::ioctl(OpenFile &file, uint32_t request, void *argument)
     const std::lock_guard guard(lock_);
     synchronise();
     Event event = this->event(Operation::ioctl, file, request, 0);
-    event.bytes = bytes_of(argument, file.device->argument_length(request));
+    if ((_IOC_DIR(request) & _IOC_WRITE) != 0 && argument != nullptr) {
+        event.bytes = bytes_of(argument, std::min<size_t>(_IOC_SIZE(request), trace_max));
+    }
     const Fault *fault = strike(event, file.device->place_of(request, argument));
     const long result = move(file, event, fault, 0, nullptr,
                              [&](size_t) { return file.device->ioctl(file, request, argument); });
+    if ((_IOC_DIR(request) & _IOC_READ) != 0 && argument != nullptr && result >= 0) {
+        event.answer = bytes_of(argument, std::min<size_t>(_IOC_SIZE(request), trace_max));
+    }
     return finish(std::move(event), result);
 }
 
@@ -412,6 +422,12 @@ void Board::stored(uint32_t offset, uint8_t before)
     cpld_->stored(offset, before);
 }
 
+void Board::find_stores()
+{
+    const std::lock_guard guard(lock_);
+    cpld_->find_stores([this](uint32_t offset, uint8_t before) { stored(offset, before); });
+}
+
 void Board::slept(uint64_t duration_us)
 {
     const std::lock_guard guard(lock_);
@@ -464,9 +480,24 @@ void Board::synchronise()
 {
     const std::lock_guard guard(lock_);
     if (!stores_are_watched_) {
-        cpld_->find_stores([this](uint32_t offset, uint8_t before) { stored(offset, before); });
+        find_stores();
     }
     clock.run_due();
+}
+
+void Board::before_fork()
+{
+    lock_.lock();
+}
+
+void Board::after_fork_in_parent()
+{
+    lock_.unlock();
+}
+
+void Board::after_fork_in_child()
+{
+    new (&lock_) std::recursive_mutex;
 }
 
 void Board::note(Operation operation, std::string device)

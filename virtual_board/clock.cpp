@@ -2,6 +2,7 @@
 
 #include <time.h>
 
+#include <algorithm>
 #include <utility>
 
 namespace virtual_board {
@@ -35,7 +36,8 @@ void Clock::advance_us(uint64_t duration)
             }
             run_due();
         }
-        virtual_us_ = end;
+        // An event may itself have let time pass, beyond this sleep's end.
+        virtual_us_ = std::max(virtual_us_, end);
     }
     run_due();
 }

@@ -65,9 +65,7 @@ public:
     // when they are not the count of the call.
     virtual size_t request_length(const void *, size_t) const { return 0; }
     virtual size_t record_length(const void *, size_t count) const { return count; }
-    // Bytes of an ioctl's argument that a trace keeps, and where in the device
-    // the request acts, if it has a place.
-    virtual size_t argument_length(uint32_t) const { return 0; }
+    // Where in the device an ioctl acts, if it has a place.
     virtual std::optional<uint64_t> place_of(uint32_t, const void *) const { return {}; }
 
     // A fault of the device's memory: a bit that a write has just stored at the

@@ -152,26 +152,14 @@ long long MtdDevice::seek(OpenFile &file, long long offset, int whence)
     return file.offset;
 }
 
-size_t MtdDevice::argument_length(uint32_t request) const
+std::optional<uint64_t> MtdDevice::place_of(uint32_t request, const void *argument) const
 {
     switch (request) {
     case MEMERASE:
     case MEMLOCK:
     case MEMUNLOCK:
-        return sizeof(erase_info_user);
-    case MEMERASE64:
-        return sizeof(erase_info_user64);
-    default:
-        return 0;
-    }
-}
-
-std::optional<uint64_t> MtdDevice::place_of(uint32_t request, const void *argument) const
-{
-    switch (argument_length(request)) {
-    case sizeof(erase_info_user):
         return static_cast<const erase_info_user *>(argument)->start;
-    case sizeof(erase_info_user64):
+    case MEMERASE64:
         return static_cast<const erase_info_user64 *>(argument)->start;
     default:
         return std::nullopt;

@@ -31,7 +31,6 @@ public:
     long write(OpenFile &file, const void *data, size_t count) override;
     long ioctl(OpenFile &file, uint32_t request, void *argument) override;
     long long seek(OpenFile &file, long long offset, int whence) override;
-    size_t argument_length(uint32_t request) const override;
     std::optional<uint64_t> place_of(uint32_t request, const void *argument) const override;
     void flip_stored_bit(long long offset, unsigned bit) override;
 
