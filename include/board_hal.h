@@ -2892,6 +2892,67 @@ BOARD_HAL_API int get_uart_status(int32_t chan, uint32_t which, uint32_t *val);
  * @{
  */
 
+/**
+ * Copies a whole file to an MTD partition, from the partition's start: erases
+ * as many blocks as the file touches, writes, reads back and compares. Each
+ * phase shows a progress line on standard output and publishes its share of the
+ * progress with set_upgrade_status(): erase 0 to 20, write 20 to 70, verify 70
+ * to 100, with state 1. The percentages wrap at 32 bits for a file above 42 MB.
+ *
+ * An empty file erases and writes nothing and succeeds.
+ *
+ * On failure:
+ * - before the first erase line (no memory, device or image not opened, no MTD
+ *   device, file larger than the partition) the flash is untouched and nothing
+ *   was published;
+ * - an erase that fails leaves the blocks before it erased, and the status at
+ *   the percentage reached with state 3;
+ * - a later failure leaves the partition erased, partly written or wholly
+ *   written with other contents than the file's, and the status at the value
+ *   published last, with state 1: the result alone tells it from a running copy.
+ *
+ * Nothing is restored. Files and buffers are always released.
+ *
+ * @param device  character device of the partition, opened for synchronous
+ *                writing; not checked for null.
+ * @param image   the file; not checked for null.
+ * @return 0 copied and verified; -1 otherwise, after one of "Malloc src mem
+ *         fail!", "Malloc dest mem fail!", "While trying to open %s for
+ *         read/write access\n" (device), "While trying to open %s\n" (image),
+ *         "This doesn't seem to be a valid MTD flash device!" (also for one
+ *         without erase blocks), "While trying to get the file status of %s\n",
+ *         "%s won't fit into %s!\n", "While erasing blocks 0x%.8x-0x%.8x on
+ *         %s\n", "Short read count returned while reading from %s\n", "While
+ *         reading data from %s\n", "Short write count returned while writing to
+ *         x%.8x-0x%.8x on %s: %d/%lu bytes written to flash\n", "While writing
+ *         data to 0x%.8x-0x%.8x on %s\n", "While seeking to start of %s\n",
+ *         "File does not seem to match flash data. First mismatch at
+ *         0x%.8x-0x%.8x\n".
+ * Locks: flash copy lock, for the whole copy. A failed copy releases it before
+ * it publishes state 3 and closes its files.
+ * Blocking: the whole copy, as long as the flash takes; 10 µs of sleep before
+ * each erase block and each 10240-byte chunk. Memory: two buffers of 10240
+ * bytes.
+ */
+BOARD_HAL_API int mtd_flash_copy(const char *device, const char *image);
+
+/**
+ * Copies a stretch of a file to an MTD partition, from the partition's start.
+ * Progress, locks, blocking and what a failure leaves as mtd_flash_copy().
+ *
+ * @param device  as for mtd_flash_copy().
+ * @param image   as for mtd_flash_copy().
+ * @param offset  first byte of the stretch in the file; it does not move the
+ *                place on the flash.
+ * @param length  bytes, at least 1; the percentages wrap above 42 MB.
+ * @return 0 copied and verified; -1 null pointer or @p length 0, without
+ *         message, lock or status; -1 as mtd_flash_copy(), or the stretch ends
+ *         behind the file ("%s offset illeagal!\n"), with the flash untouched;
+ *         -1 without message if the file cannot be positioned for the verify.
+ */
+BOARD_HAL_API int mtd_flash_copy_ex(const char *device, const char *image, uint32_t offset,
+                                    uint32_t length);
+
 /** @} */
 
 /* ======================================================================== */
@@ -2900,6 +2961,70 @@ BOARD_HAL_API int get_uart_status(int32_t chan, uint32_t which, uint32_t *val);
  * Raw access to the host's BIOS flash.
  * @{
  */
+
+/**
+ * Erases the BIOS flash: takes it from the host, loads its driver, erases
+ * /dev/mtd6, gives the flash back and unloads the driver. Prints "insmod
+ * driver" and a progress line that counts one erase request per byte of the
+ * partition: the first ones erase it, one block each, the rest are empty.
+ *
+ * On failure:
+ * - owner refused: nothing was changed;
+ * - device not opened: driver unloaded, flash untouched and left with the
+ *   controller;
+ * - no MTD device, or a failed erase: driver left loaded, flash left with the
+ *   controller, in the second case partly erased;
+ * - flash not given back: erased, driver unloaded, owner as set_bios_owner()
+ *   left it.
+ *
+ * @param bios_id  0 or below.
+ * @return 0; -2 @p bios_id above 0 ("Invalid bios id = %d\r\n"), owner refused
+ *         or not given back, no MTD device ("This doesn't seem to be a valid MTD
+ *         flash device!"), erase failed ("While erasing blocks 0x%.8x-0x%.8x on
+ *         %d\n" with the descriptor); -5 the device cannot be opened.
+ * Locks: BIOS flash lock, then the CPLD register lock for the owner.
+ * Blocking: the driver's load, the erase of the whole part and as many further
+ * requests and progress texts as the partition has bytes: minutes.
+ */
+BOARD_HAL_API int bios_bulk_erase(int32_t bios_id);
+
+/**
+ * Reads the BIOS flash through /dev/mtd6 as it is found: works only while the
+ * driver is loaded, and changes neither owner nor driver.
+ *
+ * @param offset  first byte on the flash.
+ * @param buffer  out: @p length bytes; undefined after a failed read.
+ * @param length  1 to 1024. A negative length passes the check, reads nothing
+ *                and gives -5.
+ * @return @p length; -1 null @p buffer ("bios_read obuffer pointer is null");
+ *         -2 @p length 0 or above 1024 ("len error len = %d\r\n"); -5 device not
+ *         opened, not positioned or not read in full.
+ * Locks: BIOS flash lock.
+ */
+BOARD_HAL_API int bios_read(int32_t offset, uint8_t *buffer, int32_t length);
+
+/**
+ * Writes the BIOS flash, without erasing it: takes it from the host, loads its
+ * driver, writes through "dev/mtd6", gives the flash back and unloads the
+ * driver. That path is relative: the caller's working directory must lead to
+ * the device, as "/" does.
+ *
+ * On failure the driver is unloaded and the device closed. The flash stays with
+ * the controller, partly written at worst; give it back with
+ * set_bios_owner(). Only a refused owner leaves everything as it was.
+ *
+ * @param offset  first byte on the flash; 2 GiB or more cannot be positioned.
+ * @param buffer  @p length bytes.
+ * @param length  1 to 1024. A negative length passes the check, writes nothing
+ *                and gives -2 with the flash left as after a failed write.
+ * @return @p length; -1 null @p buffer ("bios_write ibuffer pointer is null");
+ *         -2 @p length 0 or above 1024 ("len error len = %d\r\n"), owner refused
+ *         or not given back, device not opened, not positioned or not written
+ *         in full (no message).
+ * Locks: BIOS flash lock, then the CPLD register lock for the owner.
+ * Blocking: the load and unload of the driver.
+ */
+BOARD_HAL_API int bios_write(uint32_t offset, const uint8_t *buffer, int32_t length);
 
 /** @} */
 
@@ -2910,6 +3035,166 @@ BOARD_HAL_API int get_uart_status(int32_t chan, uint32_t which, uint32_t *val);
  * @{
  */
 
+/** GUID of the firmware volume that holds the OEM data, in UEFI byte order. */
+BOARD_HAL_API extern uint8_t g_OemFvGuid[16];
+/** Name GUID of the OEM data file in that volume, in UEFI byte order. */
+BOARD_HAL_API extern uint8_t g_OemDataGuid[16];
+
+/**
+ * Copies a stretch of a file to the BIOS flash: erases, writes, reads back and
+ * compares. The caller must own the flash and have its driver loaded; neither
+ * is changed.
+ *
+ * Progress is published with set_upgrade_status() and state 1. One copy covers
+ * 100 / divisor points from base: erase 0 to 40 of 100, write to 80, verify to
+ * 100, where divisor = weight * stages and base = ((number - 1) * 100) /
+ * divisor + 100 / stages (the last term only if the stage byte names a number
+ * of stages). All are bytes and wrap at 256, so that the published percentage
+ * may pass 100 and fall back.
+ *
+ * On failure as mtd_flash_copy(): the flash is untouched up to the first erase
+ * line, and erased, partly written or different after it. A failed erase leaves
+ * the percentage reached with state 3, other failures the value published last
+ * with state 1.
+ *
+ * @param device        character device of the flash.
+ * @param flash_offset  first byte on the flash, a multiple of its erase size.
+ * @param image         the file.
+ * @param image_offset  first byte in the file.
+ * @param length        bytes; 0 succeeds without opening a file. The
+ *                      percentages wrap above 21 MB.
+ * @param stage         high nibble: stages of the whole update, 0 as 1; low
+ *                      nibble: number of this copy in the BIOS step, from 1.
+ * @param weight        copies that make up the BIOS step, at least 1.
+ * @return 0 copied and verified; -2 @p weight times stages is 0 in its low byte
+ *         (no message, nothing done); -2 with the messages of mtd_flash_copy(),
+ *         or "%s too small!\n" (stretch behind the end of the file), "spi offset
+ *         %ld won't fit erase %d the device %s\r\n"; -2 without message if the
+ *         flash cannot be positioned, or the file for the verify.
+ * Locks: BIOS flash lock, for the whole copy; released as in mtd_flash_copy().
+ * Blocking and memory: as mtd_flash_copy().
+ */
+BOARD_HAL_API int spi_flash_copy(const char *device, uint32_t flash_offset, const char *image,
+                                 uint32_t image_offset, int32_t length, uint8_t stage,
+                                 uint8_t weight);
+
+/**
+ * Saves the start of the BIOS flash to a file: takes the flash from the host,
+ * loads its driver, reads, gives the flash back and unloads the driver. Shows a
+ * percentage on standard output; the upgrade status is not touched.
+ *
+ * On failure:
+ * - bad argument or no memory: nothing was changed;
+ * - file not created: owner and driver untouched;
+ * - owner refused: the file was created and is empty, driver not loaded;
+ * - read or file write failed: driver unloaded, flash left with the controller
+ *   (give it back with set_bios_owner()), the file empty or incomplete;
+ * - flash not given back: the file is complete, driver unloaded.
+ *
+ * @param path  the file, created or overwritten.
+ * @param size  bytes, at most 0x800000. The flash is read in whole kilobytes;
+ *              of the last one only what @p size asks for is kept.
+ * @return 0; -2 null @p path ("get_bios:filename is a invalid argument\r"),
+ *         @p size too large ("get_bios:filesize is a invalid argument\r"), owner
+ *         refused (no message) or not given back ("set bios owner fails.\r");
+ *         -6 "get_bios:no memory\r"; -7 file not created ("get_bios:open file %s
+ *         fail\r\n"), flash not read ("get_bios:read fail") or file not written
+ *         ("get_bios:get fail").
+ * Locks: BIOS image lock for the whole call, the BIOS flash lock per read, the
+ * CPLD register lock for the owner.
+ * Blocking: 1 s, then one open, read and close per kilobyte with 1 µs of sleep:
+ * minutes for a whole flash. Memory: @p size bytes.
+ */
+BOARD_HAL_API int get_bios(const char *path, uint32_t size);
+
+/**
+ * Updates the BIOS flash from an image file: takes the flash from the host,
+ * loads its driver, copies and verifies, gives the flash back and unloads the
+ * driver.
+ *
+ * What is copied depends on the upgrade flags in the OEM data of the flash (0
+ * if it has none) and of the image. If they differ in any of 32 bits, it is the
+ * upper half: @p image_size / 2 bytes from byte @p image_size / 2 of the file
+ * (@p image_offset is not added) to the same place on the flash. If they are
+ * equal, it is the regions that the image lists, up to 11; the rest of the
+ * flash stays as it is, and an empty list succeeds.
+ *
+ * On failure the upgrade status is (0, 3), the driver unloaded and the flash
+ * offered to the host again, whatever it now holds: partly erased or written
+ * after a failed copy, with the regions before it already replaced. A refused
+ * owner changes nothing but the status. On success the status is left as the
+ * last copy set it.
+ *
+ * @param device        character device of the flash, "/dev/mtd6".
+ * @param image         the file.
+ * @param image_offset  first byte of the image in the file.
+ * @param image_size    bytes; at least 4096 and large enough to hold the OEM
+ *                      volume.
+ * @param stages        stages of the whole update; the low four bits count.
+ * @return 0; -2 null pointer (no message, lock or status), owner refused or not
+ *         given back, no OEM data in the image ("read file %s size error
+ *         %d\r\n", "%s %d pnvDataheader is overrunning array of 4096 bytes!\n",
+ *         "%s %d poemData is overrunning array of 4096 bytes!\n" or no
+ *         message), a twelfth region, a region longer than @p image_size or
+ *         beyond 0x800000, a region count whose low byte is 0 (but for 0), or a
+ *         copy failed, after its own message. "open error" alone is no failure:
+ *         the flash was taken to have no flag.
+ * Locks: BIOS image lock for the whole call, the BIOS flash lock per copy, the
+ * CPLD register lock for the owner. On failure the image lock is released
+ * before the status is set and the driver unloaded.
+ * Blocking: driver load, and each copy as spi_flash_copy(): minutes.
+ */
+BOARD_HAL_API int load_bios(const char *device, const char *image, uint32_t image_offset,
+                            uint32_t image_size, uint32_t stages);
+
+/**
+ * Writes the start of a file to the start of the BIOS flash, whatever either
+ * holds: takes the flash from the host, loads its driver, copies and verifies,
+ * gives the flash back and unloads the driver. What a failure leaves, locks and
+ * blocking as load_bios().
+ *
+ * @param device  character device of the flash, "/dev/mtd6".
+ * @param image   the file.
+ * @param unused  ignored.
+ * @param length  bytes; 0 succeeds and copies nothing.
+ * @param stages  stages of the whole update; the low four bits count.
+ * @return 0; -2 null pointer (no message, lock or status), owner refused or not
+ *         given back, or the copy failed, after its own message.
+ */
+BOARD_HAL_API int load_bios_bin(const char *device, const char *image, uint32_t unused,
+                                int32_t length, uint32_t stages);
+
+/**
+ * Whether an image needs a full upgrade: whether the top bytes of the upgrade
+ * flags of flash (0 if it has none) and image differ. Takes the flash from the
+ * host and loads its driver for the time of the read. load_bios() compares all
+ * 32 bits, and takes its full path for pairs that this operation calls equal.
+ *
+ * Do not run it beside another image operation: if the image has no OEM data,
+ * the flash is offered to the host, the image lock released and the driver
+ * unloaded a second time, after the first release.
+ *
+ * On failure the flash is with the host and the driver unloaded, but for a
+ * refused owner (nothing changed but the status) and a flash that was not given
+ * back (driver unloaded, status unchanged). Flash contents never change.
+ *
+ * @param device        character device of the flash, "/dev/mtd6".
+ * @param image         the file.
+ * @param image_offset  first byte of the image in the file.
+ * @param image_size    bytes; at least 4096.
+ * @return 0 full upgrade; -2 the top bytes are equal, null pointer (no message,
+ *         lock or status), owner refused (status (0, 3)) or not given back, no
+ *         OEM data in the image (status (0, 3); messages of load_bios(), then
+ *         "read upgrade flag fail from file\r"). "open error" and "read upgrade
+ *         flag fail from flash\r" are no failures.
+ * Locks: BIOS image lock while the flash is read, the CPLD register lock for
+ * the owner.
+ * Blocking: load and unload of the driver and a read of the flash up to its OEM
+ * data.
+ */
+BOARD_HAL_API int isFullUpgrade(const char *device, const char *image, uint32_t image_offset,
+                                uint32_t image_size);
+
 /** @} */
 
 /* ======================================================================== */
@@ -2919,6 +3204,53 @@ BOARD_HAL_API int get_uart_status(int32_t chan, uint32_t which, uint32_t *val);
  * @{
  */
 
+/**
+ * Programs a CPLD with a byte-code file, through one request to the CPLD driver
+ * on /dev/ipmc_cpld. Takes no lock: do not run two CPLD programs at once.
+ *
+ * A failure before the request leaves the CPLD untouched; after a failed
+ * request it is as the driver left it. There is no retry.
+ *
+ * @param path          the file; must be writable.
+ * @param component_id  the low byte names the CPLD and is not checked; 6 has a
+ *                      trailer of its own.
+ * @param offset        file position of the program. As many bytes as the file
+ *                      has are read from there, so that only 0 works.
+ * @param unused        ignored.
+ * @return the driver's result, 0 for success; -1 null @p path ("file name wrong
+ *         !!!"), device not opened ("cpld_init: open fail\r"), no memory
+ *         ("allocate space for cpld file fails.\r"), file empty or absent ("Get
+ *         file length(%ld) is invalid\r\n"), not opened ("open file %s
+ *         fail\r\n"), not positioned ("seek file %s fail\r\n"), not read ("read
+ *         file %s fail\r\n") or larger than 524285 bytes, for component 6
+ *         524283 ("get_pcb_ver or get_board_id  is fail\r", whatever the name).
+ * Blocking: until the driver has run the program. Memory: 524296 bytes.
+ */
+BOARD_HAL_API int load_cpld(const char *path, uint32_t component_id, int32_t offset,
+                            uint32_t unused);
+
+/**
+ * Runs a program that is built into the library on a CPLD. Lock, blocking,
+ * memory and what a failure leaves as load_cpld().
+ *
+ * @param cmd_type      1 or 2.
+ * @param component_id  for type 2 the low byte: 5 or 6; ignored for type 1.
+ * @return the driver's result, 0 for success; -1 other @p cmd_type ("wrong cmd
+ *         type!!!") or @p component_id ("wrong cpld component id!!!"), device
+ *         not opened ("cpld_init: open fail\r"), no memory ("allocate space for
+ *         fpga file fails.\r", although it is the CPLD's).
+ */
+BOARD_HAL_API int cpld_cmd(int32_t cmd_type, uint32_t component_id);
+
+/**
+ * Progress steps that a CPLD update is reported in.
+ *
+ * @param component_id  ignored.
+ * @param count         out: 60.
+ * @return 0; -2 null @p count ("get_cpld_upgrade_count:count pointer is null").
+ */
+BOARD_HAL_API int get_cpld_upgrade_count(uint32_t component_id, uint32_t *count);
+
 /** @} */
 
 /* ======================================================================== */
@@ -2927,6 +3259,105 @@ BOARD_HAL_API int get_uart_status(int32_t chan, uint32_t which, uint32_t *val);
  * Progress of updates, versions, clock and LAN link.
  * @{
  */
+
+/**
+ * Publishes the progress of an update. No lock. The copies and loaders of this
+ * library publish while they run; an application may publish what it likes.
+ *
+ * @param progress  percent.
+ * @param state     1 in progress, 3 failed; other values are the caller's.
+ */
+BOARD_HAL_API void set_upgrade_status(uint32_t progress, uint32_t state);
+
+/**
+ * The status published last, (0, 0) before the first. (100, 1) is a finished
+ * copy, state 3 a failed one. No lock, never blocks: each word is read whole,
+ * but the two may come from two calls of set_upgrade_status().
+ *
+ * @param progress  out; not checked for null.
+ * @param state     out; not checked for null.
+ * @return 0.
+ */
+BOARD_HAL_API int get_upgrade_status(uint32_t *progress, uint32_t *state);
+
+/** Stores two words for get_upgrade_mode(); the library does not use them. */
+BOARD_HAL_API void set_upgrade_mode(uint32_t mode, uint32_t value);
+
+/**
+ * The words of the last set_upgrade_mode(), (0, 0) before the first.
+ *
+ * @param mode   out; not checked for null.
+ * @param value  out; not checked for null.
+ * @return 0.
+ */
+BOARD_HAL_API int get_upgrade_mode(uint32_t *mode, uint32_t *value);
+
+/**
+ * Version of the library's interface.
+ *
+ * @param major  out: 1; not checked for null.
+ * @param minor  out: 0; not checked for null.
+ * @return 0.
+ */
+BOARD_HAL_API int get_drv_lib_version(uint8_t *major, uint8_t *minor);
+
+/**
+ * Build stamp of the library's interface, "Dec 19 2016" and "17:58:08". A text
+ * that does not fit with its NUL is not written.
+ *
+ * @param date       out.
+ * @param date_size  bytes at @p date; 12 are needed.
+ * @param time       out.
+ * @param time_size  bytes at @p time; 9 are needed.
+ * @return 0.
+ */
+BOARD_HAL_API int get_drv_build_time(char *date, uint32_t date_size, char *time,
+                                     uint32_t time_size);
+
+/**
+ * Number of boards.
+ *
+ * @param count  out: 8; not checked for null.
+ * @return 0.
+ */
+BOARD_HAL_API int get_max_board_num(uint32_t *count);
+
+/**
+ * Sets the system clock to a second; microseconds and time zone stay as they
+ * are.
+ *
+ * @param seconds  since the epoch.
+ * @return 0; -1 with errno if the clock cannot be set.
+ */
+BOARD_HAL_API int set_cur_time_stamp(uint32_t seconds);
+
+/**
+ * Version of a programmable logic unit.
+ *
+ * @param unit     0.
+ * @param type     0 CPLD, get_cpld_version(); 1 FPGA, get_fpga_version().
+ * @param version  out: the version, 255 on failure; not checked for null.
+ * @return 0; -1 other @p unit or @p type, or the version was not read.
+ * Locks: CPLD register lock or FPGA request lock.
+ */
+BOARD_HAL_API int get_unit_logic_version(uint32_t unit, uint32_t type, uint8_t *version);
+
+/**
+ * Link of the management network port, eth0.
+ *
+ * @param port  0.
+ * @param link  out: 1 up, 0 down; not checked for null.
+ * @return 0, for either; -1 other @p port ("invalid port number"), no socket
+ *         ("Cannot get control socket", with the error's text on standard
+ *         error), query not supported ("No data available\n") or failed
+ *         ("Cannot get link status", on standard error).
+ */
+BOARD_HAL_API int get_mgnt_lan_status(uint32_t port, uint8_t *link);
+
+/** Not fitted on this board. @return -1. */
+BOARD_HAL_API int get_lcd_upgrade_state(void);
+/** Not fitted on this board. @return 0. */
+BOARD_HAL_API int check_spi_bios_guid(void);
 
 /** @} */
 

@@ -1,11 +1,13 @@
 #include "virtual_board/board.h"
 
+#include <linux/sockios.h>
 #include <string.h>
 
 #include <algorithm>
 #include <array>
 #include <functional>
 #include <new>
+#include <numeric>
 
 #include "board_hal_cpld.h"
 #include "virtual_board/i2c_dev.h"
@@ -42,6 +44,17 @@ constexpr int fpga_done_line = 96;
 // Longest piece of a transfer that a trace keeps.
 constexpr size_t trace_max = 512;
 
+// What a call answers that a fault keeps from its device.
+long refusal(const Fault &fault)
+{
+    return fault.kind == Fault::Kind::vanish ? -ENODEV : -static_cast<long>(fault.value);
+}
+
+uint32_t sum(const std::vector<uint32_t> &sizes)
+{
+    return std::accumulate(sizes.begin(), sizes.end(), 0U);
+}
+
 } // namespace
 
 Board::Board(const Personality &personality, Clock::Mode mode)
@@ -53,7 +66,9 @@ Board::Board(const Personality &personality, Clock::Mode mode)
       leds_(*cpld_), bios_switch_(*cpld_), slot_(*fpga_),
       fpga_i2c_(*fpga_, clock, {&i2c_[0], &i2c_[1]}), raid_expander_(std::make_shared<Pca9555>()),
       inlet_sensor_(std::make_shared<TemperatureSensor>()),
-      peci_bridge_(std::make_shared<PeciBridge>())
+      peci_bridge_(std::make_shared<PeciBridge>()),
+      flash_(clock, {sum(personality.flash.partitions), personality.flash.erase_size}),
+      bios_flash_(clock, personality.bios_flash)
 {
     cpld_->set(CPLD_REG_BOARD_ID, personality.board_id);
     cpld_->set(CPLD_REG_PCB_VERSION, personality.pcb_version);
@@ -77,10 +92,32 @@ Board::Board(const Personality &personality, Clock::Mode mode)
     attach("/dev/spi", spi_);
     attach("/dev/ttyS0", uart_);
     modules_.add("load_fpga", [this] { spi_->await_bitstream(); });
-    modules_.add("m25p80");
     plug_chips();
     attach("/dev/i2c-0", std::make_shared<I2cDev>("i2c-0", 0, i2c_[2]));
     attach("/dev/mtdblock2", environment_);
+    attach_flash(personality.flash);
+}
+
+void Board::attach_flash(const FlashLayout &layout)
+{
+    uint32_t offset = 0;
+    for (size_t number = 0; number < layout.partitions.size(); ++number) {
+        const MtdDevice::Partition partition = {offset, layout.partitions[number]};
+        const std::string name = "mtd" + std::to_string(number);
+        const auto device = std::make_shared<MtdDevice>(name, flash_, partition);
+        device->check_access(layout.checks_access);
+        attach("/dev/" + name, device);
+        offset += partition.size;
+    }
+    // The driver finds the chip whoever owns it; the chip hears the controller
+    // only while the CPLD switches it over.
+    const auto wired = [this] { return bios_switch_.owner() == BiosSwitch::Owner::controller; };
+    bios_flash_.wire_protect([this] { return bios_switch_.write_protected(); });
+    const auto bios = std::make_shared<MtdDevice>(
+        "mtd6", bios_flash_, MtdDevice::Partition{0, bios_flash_.geometry().size}, wired);
+    bios->check_access(layout.checks_access);
+    modules_.add(
+        "m25p80", [this, bios] { attach("/dev/mtd6", bios); }, [this] { detach("/dev/mtd6"); });
 }
 
 Board::~Board() = default;
@@ -144,6 +181,7 @@ Eeprom24c &Board::eeprom(unsigned channel)
 
 void Board::attach(const std::string &path, std::shared_ptr<Device> device)
 {
+    gone_.erase(device->name());
     nodes_[path] = std::move(device);
 }
 
@@ -187,6 +225,20 @@ long Board::finish(Event &&event, long result)
     return result;
 }
 
+// A device that is gone strikes by itself, and for good.
+const Fault *Board::strike(const Event &event, std::optional<uint64_t> place)
+{
+    static const Fault gone = {.name = "gone", .device = {}, .kind = Fault::Kind::vanish};
+    if (gone_.contains(event.device)) {
+        return &gone;
+    }
+    const Fault *fault = faults.strike(event.device, event.operation, event.address, place);
+    if (fault != nullptr && fault->kind == Fault::Kind::vanish) {
+        gone_.insert(event.device);
+    }
+    return fault;
+}
+
 long Board::open(const std::string &path, int flags, std::shared_ptr<OpenFile> &file)
 {
     const std::lock_guard guard(lock_);
@@ -197,12 +249,11 @@ long Board::open(const std::string &path, int flags, std::shared_ptr<OpenFile> &
     opened->device = find(path);
     Event event = this->event(Operation::open, opened->device ? opened->device->name() : path,
                               static_cast<uint32_t>(flags), 0);
-    if (!opened->device) {
+    if (!opened->device || gone_.contains(event.device)) {
         return finish(std::move(event), -ENOENT);
     }
-    const Fault *fault = faults.strike(event.device, Operation::open, event.address);
-    const long result =
-        fault != nullptr ? -static_cast<long>(fault->value) : opened->device->open(*opened);
+    const Fault *fault = strike(event);
+    const long result = fault != nullptr ? refusal(*fault) : opened->device->open(*opened);
     if (result >= 0) {
         ++open_files_;
         file = std::move(opened);
@@ -219,18 +270,18 @@ long Board::close(OpenFile &file)
     return finish(event(Operation::close, file, 0, 0), 0);
 }
 
-// One transfer with the faults that strike it. `answers` tells a read, whose
-// buffer holds the answer afterwards.
-long Board::move(OpenFile &file, Event &event, size_t count, bool answers, void *buffer,
+// One transfer with the fault that strikes it, if any. The answer is a read's
+// buffer.
+long Board::move(OpenFile &file, Event &event, const Fault *fault, size_t count, void *answer,
                  const std::function<long(size_t)> &transfer)
 {
-    const Fault *fault = faults.strike(event.device, event.operation, event.address);
     if (fault == nullptr) {
         return transfer(count);
     }
     switch (fault->kind) {
     case Fault::Kind::error:
-        return -static_cast<long>(fault->value);
+    case Fault::Kind::vanish:
+        return refusal(*fault);
     case Fault::Kind::result:
         return static_cast<long>(fault->value);
     case Fault::Kind::late_result:
@@ -242,10 +293,14 @@ long Board::move(OpenFile &file, Event &event, size_t count, bool answers, void 
         file.offset += static_cast<long long>(count);
         return static_cast<long>(count);
     case Fault::Kind::bit_flip: {
+        const long long start = file.offset;
         const long result = transfer(count);
-        const auto bit = static_cast<size_t>(fault->value);
-        if (answers && result > 0 && bit / 8 < static_cast<size_t>(result)) {
-            static_cast<uint8_t *>(buffer)[bit / 8] ^= static_cast<uint8_t>(1U << bit % 8);
+        const long long byte = fault->value / 8;
+        const auto bit = static_cast<unsigned>(fault->value % 8);
+        if (byte < result && answer != nullptr) {
+            static_cast<uint8_t *>(answer)[byte] ^= static_cast<uint8_t>(1U << bit);
+        } else if (byte < result && event.operation == Operation::write) {
+            file.device->flip_stored_bit(start + byte, bit);
         }
         return result;
     }
@@ -264,7 +319,7 @@ long Board::read(OpenFile &file, void *buffer, size_t count)
         this->event(Operation::read, file, file.device->address_of(file, buffer, count), count);
     const size_t request = file.device->request_length(buffer, count);
     event.bytes = bytes_of(buffer, std::min(request, trace_max));
-    const long result = move(file, event, count, true, buffer, [&](size_t allowed) {
+    const long result = move(file, event, strike(event), count, buffer, [&](size_t allowed) {
         return file.device->read(file, buffer, allowed);
     });
     if (result > 0 && result <= 9999) {
@@ -283,7 +338,7 @@ long Board::write(OpenFile &file, const void *buffer, size_t count)
     Event event =
         this->event(Operation::write, file, file.device->address_of(file, buffer, count), count);
     event.bytes = bytes_of(buffer, std::min(file.device->record_length(buffer, count), trace_max));
-    const long result = move(file, event, count, false, nullptr, [&](size_t allowed) {
+    const long result = move(file, event, strike(event), count, nullptr, [&](size_t allowed) {
         return file.device->write(file, buffer, allowed);
     });
     return finish(std::move(event), result);
@@ -313,8 +368,9 @@ long Board::ioctl(OpenFile &file, uint32_t request, void *argument)
     synchronise();
     Event event = this->event(Operation::ioctl, file, request, 0);
     event.bytes = file.device->request_record(request, argument);
+    const Fault *fault = strike(event, file.device->place_of(request, argument));
     bool reached = false;
-    const long result = move(file, event, 0, false, nullptr, [&](size_t) {
+    const long result = move(file, event, fault, 0, nullptr, [&](size_t) {
         reached = true;
         return file.device->ioctl(file, request, argument);
     });
@@ -329,10 +385,10 @@ long long Board::seek(OpenFile &file, long long offset, int whence)
     const std::lock_guard guard(lock_);
     synchronise();
     Event event = this->event(Operation::seek, file, static_cast<uint32_t>(offset), 0);
-    const Fault *fault = faults.strike(event.device, Operation::seek, event.address);
+    const Fault *fault = strike(event);
     const long long result = fault == nullptr ? file.device->seek(file, offset, whence)
-                             : fault->kind == Fault::Kind::error ? -fault->value
-                                                                 : fault->value;
+                             : fault->kind == Fault::Kind::result ? fault->value
+                                                                  : refusal(*fault);
     event.result = result;
     trace.add(std::move(event));
     return result;
@@ -343,7 +399,7 @@ long Board::map(OpenFile &file, size_t length, Mapping &mapping)
     const std::lock_guard guard(lock_);
     synchronise();
     Event event = this->event(Operation::map, file, 0, length);
-    const Fault *fault = faults.strike(event.device, Operation::map, 0);
+    const Fault *fault = strike(event);
     if (fault == nullptr) {
         return finish(std::move(event), file.device->map(file, length, mapping));
     }
@@ -351,7 +407,7 @@ long Board::map(OpenFile &file, size_t length, Mapping &mapping)
         mapping.forced_address = static_cast<uintptr_t>(fault->value);
         return finish(std::move(event), 0);
     }
-    return finish(std::move(event), -static_cast<long>(fault->value));
+    return finish(std::move(event), refusal(*fault));
 }
 
 void Board::unmapped(const std::string &device, size_t length)
@@ -382,12 +438,45 @@ long Board::status(const std::string &path, struct stat &status)
 {
     const std::lock_guard guard(lock_);
     const std::shared_ptr<Device> device = find(path);
-    if (!device) {
+    if (!device || gone_.contains(device->name())) {
         return -ENOENT;
     }
+    return status_of(*device, status);
+}
+
+long Board::status(const OpenFile &file, struct stat &status)
+{
+    const std::lock_guard guard(lock_);
+    return status_of(*file.device, status);
+}
+
+long Board::status_of(const Device &device, struct stat &status)
+{
+    const Fault *fault = strike(event(Operation::status, device.name(), 0, 0));
+    if (fault != nullptr) {
+        return refusal(*fault);
+    }
     status = {};
-    device->describe(status);
+    device.describe(status);
     return 0;
+}
+
+long Board::control_socket()
+{
+    const std::lock_guard guard(lock_);
+    synchronise();
+    Event event = this->event(Operation::open, network_.name(), 0, 0);
+    const Fault *fault = strike(event);
+    return finish(std::move(event), fault != nullptr ? refusal(*fault) : 0);
+}
+
+long Board::ethtool(void *record)
+{
+    const std::lock_guard guard(lock_);
+    synchronise();
+    Event event = this->event(Operation::ioctl, network_.name(), SIOCETHTOOL, 0);
+    const Fault *fault = strike(event);
+    return finish(std::move(event), fault != nullptr ? refusal(*fault) : network_.ethtool(record));
 }
 
 void Board::loaded(uint32_t offset)

@@ -13,6 +13,8 @@
 #include <memory>
 #include <mutex>
 #include <new>
+#include <optional>
+#include <set>
 #include <string>
 #include <string_view>
 #include <utility>
@@ -40,6 +42,9 @@
 #include "virtual_board/ipmb.h"
 #include "virtual_board/leds.h"
 #include "virtual_board/modules.h"
+#include "virtual_board/mtd_device.h"
+#include "virtual_board/network_port.h"
+#include "virtual_board/nor_flash.h"
 #include "virtual_board/personality.h"
 #include "virtual_board/rtc.h"
 #include "virtual_board/slot.h"
@@ -91,6 +96,10 @@ public:
     PeciBridge &peci_bridge() { return *peci_bridge_; }
     // On channels 0 and 2.
     Eeprom24c &eeprom(unsigned channel);
+    // The controller's own flash, and the host's BIOS flash.
+    NorFlash &flash() { return flash_; }
+    NorFlash &bios_flash() { return bios_flash_; }
+    NetworkPort &network() { return network_; }
 
     // Puts a device at a path, or takes it away.
     void attach(const std::string &path, std::shared_ptr<Device> device);
@@ -125,6 +134,10 @@ public:
     void mapped_at(const void *address, const OpenFile &file);
     void unmapped_at(const void *address, size_t length);
     long status(const std::string &path, struct stat &status);
+    long status(const OpenFile &file, struct stat &status);
+    // A control socket for the network port; the result is 0 or an error.
+    long control_socket();
+    long ethtool(void *record);
     // Whether each load and store of a mapped register is reported; if not, the
     // board looks for changes whenever it is synchronised.
     void stores_are_watched(bool watched) { stores_are_watched_ = watched; }
@@ -162,7 +175,10 @@ private:
     Event event(Operation operation, std::string device, uint32_t address, uint64_t count) const;
     Event event(Operation operation, const OpenFile &file, uint32_t address, uint64_t count) const;
     long finish(Event &&event, long result);
-    long move(OpenFile &file, Event &event, size_t count, bool answers, void *buffer,
+    void attach_flash(const FlashLayout &layout);
+    long status_of(const Device &device, struct stat &status);
+    const Fault *strike(const Event &event, std::optional<uint64_t> place = {});
+    long move(OpenFile &file, Event &event, const Fault *fault, size_t count, void *answer,
               const std::function<long(size_t)> &transfer);
 
     std::recursive_mutex lock_;
@@ -191,7 +207,11 @@ private:
     std::shared_ptr<TemperatureSensor> inlet_sensor_;
     std::shared_ptr<PeciBridge> peci_bridge_;
     std::map<unsigned, std::shared_ptr<Eeprom24c>> eeproms_; // by channel
+    NorFlash flash_;
+    NorFlash bios_flash_;
+    NetworkPort network_;
     std::map<std::string, std::shared_ptr<Device>, std::less<>> nodes_;
+    std::set<std::string, std::less<>> gone_; // devices that a fault took away
     std::map<const void *, std::shared_ptr<Device>> mappings_;
     size_t open_files_ = 0;
     bool stores_are_watched_ = false;

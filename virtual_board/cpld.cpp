@@ -95,6 +95,11 @@ long Cpld::map(OpenFile &, size_t length, Mapping &mapping)
     return 0;
 }
 
+long Cpld::ioctl(OpenFile &, uint32_t request, void *argument)
+{
+    return CpldProgrammer::takes(request) ? programmer_.run(request, argument) : -ENOTTY;
+}
+
 void Cpld::loaded(uint32_t offset)
 {
     if (offset >= rules_.size()) {

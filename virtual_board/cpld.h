@@ -9,6 +9,7 @@
 #include <functional>
 #include <vector>
 
+#include "virtual_board/cpld_programmer.h"
 #include "virtual_board/device.h"
 
 namespace virtual_board {
@@ -36,11 +37,13 @@ public:
     void unstick(uint32_t offset);
     // Called after a program's store has taken effect, also if nothing changed.
     void on_store(uint32_t offset, StoreObserver observer);
+    CpldProgrammer &programmer() { return programmer_; }
     // Called after a program's load, where single loads are seen.
     void on_load(uint32_t offset, LoadObserver observer);
 
     // Bus face.
     long map(OpenFile &file, size_t length, Mapping &mapping) override;
+    long ioctl(OpenFile &file, uint32_t request, void *argument) override;
     // A program has loaded, or has stored, a byte of the window.
     void loaded(uint32_t offset);
     void stored(uint32_t offset, uint8_t before);
@@ -61,6 +64,7 @@ private:
     uint8_t *window_ = nullptr;
     std::vector<uint8_t> seen_; // the window as the model last left it
     std::array<Rule, 256> rules_;
+    CpldProgrammer programmer_;
 };
 
 } // namespace virtual_board

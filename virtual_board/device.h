@@ -83,6 +83,12 @@ public:
     {
         return argument_bytes(request, _IOC_READ, argument);
     }
+    // Where in the device an ioctl acts, if it has a place.
+    virtual std::optional<uint64_t> place_of(uint32_t, const void *) const { return {}; }
+
+    // A fault of the device's memory: a bit that a write has just stored at the
+    // offset changes.
+    virtual void flip_stored_bit(long long, unsigned) {}
 
 private:
     static std::vector<uint8_t> argument_bytes(uint32_t request, unsigned direction,

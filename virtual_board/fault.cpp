@@ -8,11 +8,12 @@ Fault &FaultPlan::add(Fault fault)
     return faults_.back();
 }
 
-const Fault *FaultPlan::strike(const std::string &device, Operation operation, uint32_t address)
+const Fault *FaultPlan::strike(const std::string &device, Operation operation, uint32_t address,
+                               std::optional<uint64_t> place)
 {
     for (Fault &fault : faults_) {
         if (fault.device != device || fault.operation != operation ||
-            (fault.address && *fault.address != address)) {
+            (fault.address && *fault.address != address) || (fault.place && fault.place != place)) {
             continue;
         }
         if (fault.skip > 0) {

@@ -20,14 +20,16 @@ struct Fault {
         late_result, // the device does its work, the call answers `value`
         short_count, // the device moves `value` bytes only
         lie,         // the call reports success; the device sees nothing
-        bit_flip,    // the device answers, then bit `value` of the answer is inverted
+        bit_flip,    // the call succeeds, then bit `value` of what was read or stored is inverted
         delay,       // `value` microseconds pass first
+        vanish,      // the device is gone, from this call on
     };
 
     std::string name;   // free, for counters and messages
     std::string device; // node name
     Operation operation = Operation::read;
     std::optional<uint32_t> address = {}; // command code, ioctl request, offset; any if absent
+    std::optional<uint64_t> place = {};   // of an ioctl that has one: the start of an erase
     Kind kind = Kind::error;
     long long value = 0;
     unsigned skip = 0;         // matching calls that pass unharmed first
@@ -45,7 +47,8 @@ public:
     Fault &add(Fault fault);
     void clear() { faults_.clear(); }
     // The fault that strikes this call, counted; null if none does.
-    const Fault *strike(const std::string &device, Operation operation, uint32_t address);
+    const Fault *strike(const std::string &device, Operation operation, uint32_t address,
+                        std::optional<uint64_t> place = {});
 
     const std::deque<Fault> &faults() const { return faults_; }
 

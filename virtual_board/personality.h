@@ -9,7 +9,18 @@
 #include <string_view>
 #include <vector>
 
+#include "virtual_board/nor_flash.h"
+
 namespace virtual_board {
+
+// A flash chip of the controller and its partitions, from its start on.
+struct FlashLayout {
+    uint32_t erase_size = 0x10000;
+    // /dev/mtd0 to 5: boot loader, its spare, environment, kernel, file system
+    // and data.
+    std::vector<uint32_t> partitions = {0x40000, 0x40000, 0x10000, 0x400000, 0xC00000, 0x800000};
+    bool checks_access = false; // the driver wants a descriptor opened for writing
+};
 
 // What is fitted when the board gets power.
 struct Personality {
@@ -37,6 +48,8 @@ struct Personality {
     uint8_t slot_number = 1;
     uint8_t base_board_id = 0x21;
     uint8_t blade_pcb_version = 1;
+    FlashLayout flash;
+    NorGeometry bios_flash = {.size = 0x800000, .erase_size = 0x10000};
 };
 
 // The boards that are made: "brava-0" to "brava-3" and "corvo-8" to "corvo-11",

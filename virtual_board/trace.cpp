@@ -4,9 +4,9 @@ namespace virtual_board {
 
 const char *to_string(Operation operation)
 {
-    static constexpr const char *names[] = {"open",   "close",   "read", "write",   "ioctl", "seek",
-                                            "map",    "unmap",   "load", "store",   "sleep", "lock",
-                                            "unlock", "control", "run",  "set_time"};
+    static constexpr const char *names[] = {
+        "open",  "close", "read", "write",  "ioctl",   "seek", "map",      "unmap", "load",
+        "store", "sleep", "lock", "unlock", "control", "run",  "set_time", "status"};
     return names[static_cast<size_t>(operation)];
 }
 

@@ -29,6 +29,7 @@ enum class Operation {
     control,  // fcntl on a real node behind a device
     run,      // a program, named by its command line
     set_time, // the system clock
+    status,   // stat and its kin; for faults, not traced
 };
 
 const char *to_string(Operation operation);

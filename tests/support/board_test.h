@@ -48,6 +48,8 @@ protected:
 
     // What the library printed since the last call.
     std::string output();
+    // How much of it has left the program's buffer: a terminal shows no more.
+    size_t flushed_output() const { return output_->flushed(); }
     // The locks that are held now, by name, sorted.
     Names held_locks() const { return locks_.held(); }
     // Runs the action in whichever thread has just taken the lock, while it holds

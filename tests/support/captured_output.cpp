@@ -24,6 +24,13 @@ CapturedOutput::~CapturedOutput()
     close(memory_);
 }
 
+size_t CapturedOutput::flushed() const
+{
+    struct stat status = {};
+    fstat(memory_, &status);
+    return static_cast<size_t>(status.st_size);
+}
+
 std::string CapturedOutput::take()
 {
     fflush(stream_);

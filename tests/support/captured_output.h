@@ -2,6 +2,7 @@
 #ifndef TESTS_SUPPORT_CAPTURED_OUTPUT_H
 #define TESTS_SUPPORT_CAPTURED_OUTPUT_H
 
+#include <stddef.h>
 #include <stdio.h>
 
 #include <string>
@@ -19,6 +20,8 @@ public:
 
     // What was written since the last call.
     std::string take();
+    // Bytes that have left the program's buffer since then.
+    size_t flushed() const;
 
 private:
     FILE *stream_;

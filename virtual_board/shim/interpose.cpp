@@ -9,12 +9,16 @@
 
 #include <errno.h>
 #include <fcntl.h>
+#include <limits.h>
+#include <linux/sockios.h>
+#include <net/if.h>
 #include <stdarg.h>
 #include <stdio.h>
 #include <stdlib.h>
 #include <string.h>
 #include <sys/ioctl.h>
 #include <sys/mman.h>
+#include <sys/socket.h>
 #include <sys/stat.h>
 #include <sys/time.h>
 #include <sys/wait.h>
@@ -46,6 +50,7 @@ Real<ssize_t(int, const void *, size_t, off64_t)> real_pwrite64("pwrite64");
 Real<off_t(int, off_t, int)> real_lseek("lseek");
 Real<off64_t(int, off64_t, int)> real_lseek64("lseek64");
 Real<int(int, unsigned long, ...)> real_ioctl("ioctl");
+Real<int(int, int, int)> real_socket("socket");
 Real<int(int, int, ...)> real_fcntl("fcntl64");
 Real<void *(void *, size_t, int, int, int, off64_t)> real_mmap64("mmap64");
 Real<int(void *, size_t)> real_munmap("munmap");
@@ -145,15 +150,28 @@ template <typename Call> auto pass(int descriptor, Operation operation, uint32_t
         answer(on->pass(*file, operation, address, count, transfer)));
 }
 
-// The path if it is the board's, empty if not. Paths are matched as programs
-// spell them.
+// A relative path leads where the working directory says.
+std::string absolute(const char *path)
+{
+    char directory[PATH_MAX];
+    if (path[0] == '/' || getcwd(directory, sizeof(directory)) == nullptr) {
+        return path;
+    }
+    const std::string base = directory;
+    return (base == "/" ? base : base + "/") + path;
+}
+
+// The path if it is the board's, empty if not.
 std::string board_path(const char *path)
 {
     if (board() == nullptr || path == nullptr) {
         return {};
     }
     const Working guard;
-    return Board::owns(path) ? path : std::string();
+    const int kept = errno;
+    std::string full = absolute(path);
+    errno = kept;
+    return Board::owns(full) ? full : std::string();
 }
 
 void say_unowned(const std::string &path)
@@ -310,11 +328,13 @@ int status_of(Board &on, const std::string &path, struct stat &status)
 
 int status_of(const OpenFile &file, struct stat &status)
 {
+    Board *on = board();
     const Working guard;
-    status = {};
-    file.device->describe(status);
-    status.st_nlink = 1;
-    return 0;
+    const int result = static_cast<int>(answer(on->status(file, status)));
+    if (result == 0) {
+        status.st_nlink = 1;
+    }
+    return result;
 }
 
 template <typename Function> int stat_any(const char *path, struct stat *status, Function &real)
@@ -410,6 +430,25 @@ long long seek_on_board(const std::shared_ptr<OpenFile> &file, long long offset,
     Board *on = board();
     const Working guard;
     return answer(on->seek(*file, offset, whence));
+}
+
+// ---- the network port ----
+
+// Answers requests to the port's interface; sockets themselves are real.
+bool asks_network_port(unsigned long request, void *argument, int &result)
+{
+    Board *on = board();
+    if (on == nullptr || request != SIOCETHTOOL || argument == nullptr) {
+        return false;
+    }
+    const Working guard;
+    const auto *interface = static_cast<const ifreq *>(argument);
+    if (on->network().name() !=
+        std::string(interface->ifr_name, strnlen(interface->ifr_name, IFNAMSIZ))) {
+        return false;
+    }
+    result = static_cast<int>(answer(on->ethtool(interface->ifr_data)));
+    return true;
 }
 
 // ---- descriptors ----
@@ -714,12 +753,28 @@ int ioctl(int descriptor, unsigned long request, ...)
     va_end(args);
     const std::shared_ptr<OpenFile> file = board_file(descriptor);
     if (!file) {
-        return real_ioctl(descriptor, request, argument);
+        int result = 0;
+        return asks_network_port(request, argument, result)
+                   ? result
+                   : real_ioctl(descriptor, request, argument);
     }
     Board *on = board();
     const Working guard;
     // Request numbers are 32 bits; callers sign-extend some of them.
     return static_cast<int>(answer(on->ioctl(*file, static_cast<uint32_t>(request), argument)));
+}
+
+int socket(int domain, int type, int protocol) noexcept
+{
+    Board *on = board();
+    if (on != nullptr && domain == AF_INET &&
+        (type & ~(SOCK_CLOEXEC | SOCK_NONBLOCK)) == SOCK_DGRAM) {
+        const Working guard;
+        if (answer(on->control_socket()) < 0) {
+            return -1;
+        }
+    }
+    return real_socket(domain, type, protocol);
 }
 
 int fcntl(int descriptor, int command, ...)
@@ -834,9 +889,11 @@ int fstat64(int descriptor, struct stat64 *status)
         return real_fstat64(descriptor, status);
     }
     struct stat narrow = {};
-    status_of(*file, narrow);
-    widen(narrow, status);
-    return 0;
+    const int result = status_of(*file, narrow);
+    if (result == 0) {
+        widen(narrow, status);
+    }
+    return result;
 }
 
 int access(const char *path, int mode)
