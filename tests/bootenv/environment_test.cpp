@@ -389,8 +389,11 @@ TEST_P(FailingDevice, IsSaidAndLeavesNothingBehind)
     const auto &[failure, operation] = GetParam();
     const std::string before = block_of("a=1\0\0"s);
     set_block(before);
-    board.faults.add(
-        {"environment", "environment", failure.operation, {}, failure.kind, failure.value});
+    board.faults.add({.name = "environment",
+                      .device = "environment",
+                      .operation = failure.operation,
+                      .kind = failure.kind,
+                      .value = failure.value});
     MarkedBuffer buffer;
     CapturedOutput errors(stderr);
     errno = 0;

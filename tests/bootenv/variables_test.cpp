@@ -136,7 +136,11 @@ TEST_P(VariablesTest, GetPassesFailuresOn)
     set_block(std::string(block_size, '\xFF'));
     EXPECT_EQ(accessor().get(buffer.data(), buffer.size()), -1);
     EXPECT_EQ(output(), "get_uboot_env: error, environment not terminated\n");
-    board.faults.add({"gone", "environment", Operation::open, {}, Fault::Kind::error, ENODEV});
+    board.faults.add({.name = "gone",
+                      .device = "environment",
+                      .operation = Operation::open,
+                      .kind = Fault::Kind::error,
+                      .value = ENODEV});
     EXPECT_EQ(accessor().get(buffer.data(), buffer.size()), -2);
     EXPECT_EQ(output(), "env_init: cann't open device\nget_uboot_env: env_init failed\n");
     EXPECT_TRUE(buffer.untouched());
@@ -161,7 +165,11 @@ TEST_P(SettableVariablesTest, SetPassesFailuresOn)
     EXPECT_EQ(accessor().set("1"), -1);
     EXPECT_EQ(output(), "set_uboot_env: error, environment overflow, \"" + accessor().variable +
                             "\" deleted\n");
-    board.faults.add({"gone", "environment", Operation::open, {}, Fault::Kind::error, ENODEV});
+    board.faults.add({.name = "gone",
+                      .device = "environment",
+                      .operation = Operation::open,
+                      .kind = Fault::Kind::error,
+                      .value = ENODEV});
     EXPECT_EQ(accessor().set("1"), -2);
     EXPECT_EQ(output(), "env_init: cann't open device\nset_uboot_env: env_init failed\n");
 }
