@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <array>
 #include <functional>
+#include <new>
 
 #include "board_hal_cpld.h"
 #include "virtual_board/i2c_dev.h"
@@ -260,15 +261,16 @@ long Board::read(OpenFile &file, void *buffer, size_t count)
     synchronise();
     Event event =
         this->event(Operation::read, file, file.device->address_of(file, buffer, count), count);
-    event.bytes = bytes_of(buffer, std::min(file.device->request_length(buffer, count), trace_max));
+    const size_t request = file.device->request_length(buffer, count);
+    event.bytes = bytes_of(buffer, std::min(request, trace_max));
     const long result = move(file, event, count, true, buffer, [&](size_t allowed) {
         return file.device->read(file, buffer, allowed);
     });
     if (result > 0 && result <= 9999) {
         // Register reads answer four bytes into a call that asked for one; a
         // result that a fault made up says nothing about the buffer.
-        const size_t owned = std::max(count, event.bytes.size());
-        event.answer = bytes_of(buffer, std::min({static_cast<size_t>(result), owned, trace_max}));
+        const size_t room = std::max(count, request);
+        event.answer = bytes_of(buffer, std::min({static_cast<size_t>(result), room, trace_max}));
     }
     return finish(std::move(event), result);
 }
@@ -390,6 +392,12 @@ void Board::stored(uint32_t offset, uint8_t before)
     cpld_->stored(offset, before);
 }
 
+void Board::find_stores()
+{
+    const std::lock_guard guard(lock_);
+    cpld_->find_stores([this](uint32_t offset, uint8_t before) { stored(offset, before); });
+}
+
 void Board::slept(uint64_t duration_us)
 {
     const std::lock_guard guard(lock_);
@@ -442,9 +450,24 @@ void Board::synchronise()
 {
     const std::lock_guard guard(lock_);
     if (!stores_are_watched_) {
-        cpld_->find_stores([this](uint32_t offset, uint8_t before) { stored(offset, before); });
+        find_stores();
     }
     clock.run_due();
+}
+
+void Board::before_fork()
+{
+    lock_.lock();
+}
+
+void Board::after_fork_in_parent()
+{
+    lock_.unlock();
+}
+
+void Board::after_fork_in_child()
+{
+    new (&lock_) std::recursive_mutex;
 }
 
 void Board::note(Operation operation, std::string device)

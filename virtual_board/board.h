@@ -111,7 +111,8 @@ public:
     long read(OpenFile &file, void *buffer, size_t count);
     long write(OpenFile &file, const void *buffer, size_t count);
     // A call on a device with a real node behind it: `transfer` makes it, without
-    // the board's lock, because it may wait.
+    // the board's lock, because it may wait. A fault here is an error or, of any
+    // other kind, a result.
     long pass(OpenFile &file, Operation operation, uint32_t address, uint64_t count,
               const std::function<long()> &transfer);
     long ioctl(OpenFile &file, uint32_t request, void *argument);
@@ -125,6 +126,8 @@ public:
     // A load or a store of a mapped register, as it happens.
     void loaded(uint32_t offset);
     void stored(uint32_t offset, uint8_t before);
+    // Finds stores that were not reported one by one.
+    void find_stores();
     // A sleep; in real time the caller has slept.
     void slept(uint64_t duration_us);
     // A program that is started: the board's own runs here, others through
@@ -142,10 +145,10 @@ public:
     size_t open_files() const { return open_files_; }
 
     // For fork: the board's lock is held over it and free in both processes. The
-    // child makes its lock anew: its thread is not the owner that took it.
-    void before_fork() { lock_.lock(); }
-    void after_fork_in_parent() { lock_.unlock(); }
-    void after_fork_in_child() { new (&lock_) std::recursive_mutex; }
+    // child's is made anew, since the owner's thread has another number there.
+    void before_fork();
+    void after_fork_in_parent();
+    void after_fork_in_child();
 
 private:
     void fit(const Personality &personality);

@@ -2,6 +2,7 @@
 
 #include <time.h>
 
+#include <algorithm>
 #include <chrono>
 #include <thread>
 #include <utility>
@@ -37,7 +38,8 @@ void Clock::advance_us(uint64_t duration)
             }
             run_due();
         }
-        virtual_us_ = end;
+        // An event may itself have let time pass, beyond this sleep's end.
+        virtual_us_ = std::max(virtual_us_, end);
     }
     run_due();
 }

@@ -1,5 +1,6 @@
 #include "virtual_board/cpld.h"
 
+#include <string.h>
 #include <sys/mman.h>
 #include <unistd.h>
 
@@ -71,6 +72,7 @@ void Cpld::stick(uint32_t offset, uint8_t mask, uint8_t level)
 void Cpld::unstick(uint32_t offset)
 {
     rules_.at(offset).stuck = 0;
+    rules_.at(offset).stuck_level = 0;
 }
 
 void Cpld::on_store(uint32_t offset, StoreObserver observer)
@@ -120,6 +122,9 @@ void Cpld::stored(uint32_t offset, uint8_t before)
 
 void Cpld::find_stores(const std::function<void(uint32_t, uint8_t)> &found)
 {
+    if (memcmp(window_, seen_.data(), seen_.size()) == 0) {
+        return;
+    }
     for (uint32_t offset = 0; offset < seen_.size(); ++offset) {
         if (window_[offset] != seen_[offset]) {
             found(offset, seen_[offset]);

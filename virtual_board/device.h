@@ -3,6 +3,7 @@
 #define VIRTUAL_BOARD_DEVICE_H
 
 #include <errno.h>
+#include <linux/ioctl.h>
 #include <stddef.h>
 #include <stdint.h>
 #include <sys/stat.h>
@@ -71,11 +72,27 @@ public:
     virtual size_t request_length(const void *, size_t) const { return 0; }
     virtual size_t record_length(const void *, size_t count) const { return count; }
     // Bytes that an ioctl request takes in, and those that a successful one gives
-    // back.
-    virtual std::vector<uint8_t> request_record(uint32_t, const void *) const { return {}; }
-    virtual std::vector<uint8_t> answer_record(uint32_t, const void *) const { return {}; }
+    // back. The default goes by the direction and size in the request's number.
+    virtual std::vector<uint8_t> request_record(uint32_t request, const void *argument) const
+    {
+        return encoded_record(request, argument, _IOC_WRITE);
+    }
+    virtual std::vector<uint8_t> answer_record(uint32_t request, const void *argument) const
+    {
+        return encoded_record(request, argument, _IOC_READ);
+    }
 
 private:
+    static std::vector<uint8_t> encoded_record(uint32_t request, const void *argument,
+                                               unsigned direction)
+    {
+        if ((_IOC_DIR(request) & direction) == 0 || argument == nullptr) {
+            return {};
+        }
+        const auto *bytes = static_cast<const uint8_t *>(argument);
+        return {bytes, bytes + _IOC_SIZE(request)};
+    }
+
     std::string name_;
 };
 

@@ -130,7 +130,7 @@ long Gpio::export_line(std::string_view text)
 {
     int number = 0;
     const auto parsed = std::from_chars(text.data(), text.data() + text.size(), number);
-    if (parsed.ec != std::errc() || number < 0) {
+    if (parsed.ec != std::errc() || parsed.ptr != text.data() + text.size() || number < 0) {
         return -EINVAL;
     }
     if (exported(number)) {

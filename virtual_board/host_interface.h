@@ -43,6 +43,8 @@ public:
     bool request_pending() const { return !requests_.empty(); }
     // What the controller set, or what the traffic makes of it.
     uint8_t status() const;
+    // Holds the status register at a value; empty lets the traffic make it again.
+    void set_status(std::optional<uint8_t> value) { set_status_ = value; }
 
     // Misbehaviour.
     void never_idle(bool on) { never_idle_ = on; }

@@ -36,12 +36,13 @@ const char *to_string(Operation operation);
 struct Event {
     uint64_t time_us = 0;
     Operation operation = Operation::open;
-    std::string device;          // node name; the mutex's name for locks
-    uint32_t address = 0;        // register, command code, ioctl request, offset
-    uint64_t count = 0;          // bytes asked for; microseconds of a sleep
-    long long result = 0;        // what the call answered
-    std::vector<uint8_t> bytes;  // the record as it came in; old and new value of a store
-    std::vector<uint8_t> answer; // what a read gave back
+    std::string device;   // node name; the mutex's name for locks
+    uint32_t address = 0; // register, command code, ioctl request, offset
+    uint64_t count = 0;   // bytes asked for; microseconds of a sleep
+    long long result = 0; // what the call answered
+    // The record as it came in, or an ioctl's argument; old and new value of a store.
+    std::vector<uint8_t> bytes;
+    std::vector<uint8_t> answer; // what a read or an ioctl gave back
 };
 
 class Trace {

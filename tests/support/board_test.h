@@ -5,8 +5,10 @@
 #include <gtest/gtest.h>
 #include <stdint.h>
 
+#include <functional>
 #include <optional>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "board_hal.h"
@@ -48,6 +50,12 @@ protected:
     std::string output();
     // The locks that are held now, by name, sorted.
     Names held_locks() const { return locks_.held(); }
+    // Runs the action in whichever thread has just taken the lock, while it holds
+    // it; to be set before threads run.
+    void when_locked(const std::string &name, std::function<void()> action)
+    {
+        locks_.when_locked(name, std::move(action));
+    }
     // The trace of register accesses, locks and sleeps since clear_trace(), one
     // short text each: "lock cpld_reg_lock", "load 83", "store 83=90",
     // "sleep 30000", "read fpga 32", "write fpga 31", "ioctl fpga 80046b01",
@@ -79,6 +87,14 @@ private:
     size_t leaves_open_ = 0;
     long leaves_descriptors_ = 0;
     long descriptors_before_ = 0;
+};
+
+// Names a parametrised test after its parameter's `name`.
+struct ByName {
+    template <typename Info> std::string operator()(const Info &test) const
+    {
+        return test.param.name;
+    }
 };
 
 } // namespace board_test

@@ -28,7 +28,8 @@ int find_library(dl_phdr_info *info, size_t, void *)
     }
     library.begin = info->dlpi_addr;
     for (int i = 0; i < info->dlpi_phnum; ++i) {
-        const uintptr_t end = info->dlpi_addr + info->dlpi_phdr[i].p_vaddr + info->dlpi_phdr[i].p_memsz;
+        const uintptr_t end =
+            info->dlpi_addr + info->dlpi_phdr[i].p_vaddr + info->dlpi_phdr[i].p_memsz;
         if (info->dlpi_phdr[i].p_type == PT_LOAD && end > library.end) {
             library.end = end;
         }

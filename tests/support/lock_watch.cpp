@@ -14,6 +14,7 @@
 #include <memory>
 #include <mutex>
 #include <stdexcept>
+#include <utility>
 
 #include "virtual_board/shim/shim.h"
 
@@ -90,6 +91,7 @@ struct State {
     std::map<uintptr_t, std::string> names;
     std::mutex guard;
     std::map<uintptr_t, int> held;
+    std::map<std::string, std::function<void()>> actions;
 };
 
 State &state()
@@ -120,6 +122,10 @@ void observe(virtual_board::shim::MutexEvent event, pthread_mutex_t *mutex)
     watch.board->note(event == MutexEvent::locked ? virtual_board::Operation::lock
                                                   : virtual_board::Operation::unlock,
                       name);
+    const auto action = watch.actions.find(name);
+    if (event == MutexEvent::locked && action != watch.actions.end()) {
+        action->second();
+    }
 }
 
 } // namespace
@@ -138,6 +144,11 @@ LockWatch::LockWatch(virtual_board::Board &board)
 LockWatch::~LockWatch()
 {
     virtual_board::shim::observe_mutexes(nullptr);
+}
+
+void LockWatch::when_locked(const std::string &name, std::function<void()> action)
+{
+    state().actions[name] = std::move(action);
 }
 
 std::vector<std::string> LockWatch::held() const

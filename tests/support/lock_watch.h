@@ -2,6 +2,7 @@
 #ifndef TESTS_SUPPORT_LOCK_WATCH_H
 #define TESTS_SUPPORT_LOCK_WATCH_H
 
+#include <functional>
 #include <string>
 #include <vector>
 
@@ -21,6 +22,9 @@ public:
 
     // Names of the held locks, sorted.
     std::vector<std::string> held() const;
+    // Calls the action in the thread that has just taken the lock, while it
+    // holds it. Set before threads run.
+    void when_locked(const std::string &name, std::function<void()> action);
 };
 
 } // namespace board_test

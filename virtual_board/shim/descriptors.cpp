@@ -1,5 +1,6 @@
 #include "virtual_board/shim/descriptors.h"
 
+#include <mutex>
 #include <utility>
 
 namespace virtual_board::shim {

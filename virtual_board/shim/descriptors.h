@@ -4,10 +4,10 @@
 
 #include <map>
 #include <memory>
-#include <mutex>
 #include <vector>
 
 #include "virtual_board/device.h"
+#include "virtual_board/shim/real.h"
 
 namespace virtual_board::shim {
 
@@ -25,7 +25,7 @@ public:
     void after_fork() { lock_.unlock(); }
 
 private:
-    std::mutex lock_;
+    RealMutex lock_;
     std::map<int, std::shared_ptr<OpenFile>> files_;
 };
 

@@ -64,9 +64,7 @@ Real<int(useconds_t)> real_usleep("usleep");
 Real<unsigned(unsigned)> real_sleep("sleep");
 Real<int(const timespec *, timespec *)> real_nanosleep("nanosleep");
 Real<int(clockid_t, int, const timespec *, timespec *)> real_clock_nanosleep("clock_nanosleep");
-Real<int(pthread_mutex_t *)> real_mutex_lock("pthread_mutex_lock");
 Real<int(pthread_mutex_t *)> real_mutex_trylock("pthread_mutex_trylock");
-Real<int(pthread_mutex_t *)> real_mutex_unlock("pthread_mutex_unlock");
 
 Real<int(const char *)> real_system("system");
 Real<int(const char *, char *const[])> real_vos_system("vos_system");
@@ -164,16 +162,21 @@ void say_unowned(const std::string &path)
     real_write(STDERR_FILENO, text.data(), text.size());
 }
 
+int refuse(const std::string &path, long result)
+{
+    if (result == -ENOENT) {
+        say_unowned(path);
+    }
+    return static_cast<int>(answer(result));
+}
+
 int open_on_board(Board &on, const std::string &path, int flags)
 {
     const Working guard;
     std::shared_ptr<OpenFile> file;
     const long result = on.open(path, flags, file);
     if (result < 0) {
-        if (result == -ENOENT) {
-            say_unowned(path);
-        }
-        return static_cast<int>(answer(result));
+        return refuse(path, result);
     }
     const std::optional<std::string> real_node = file->device->real_path();
     const int descriptor = real_node
@@ -267,13 +270,15 @@ FILE *fopen_on_board(Board &on, const std::string &path, const char *mode)
     stream->board = &on;
     const long result = on.open(path, open_flags(mode), stream->file);
     if (result < 0) {
-        answer(result);
+        refuse(path, result);
         return nullptr;
     }
     const cookie_io_functions_t functions = {stream_read, stream_write, stream_seek, stream_close};
     FILE *opened = fopencookie(stream.get(), mode, functions);
     if (opened == nullptr) {
+        const int kept = errno;
         on.close(*stream->file);
+        errno = kept;
         return nullptr;
     }
     stream.release();
@@ -294,16 +299,21 @@ void widen(const struct stat &from, struct stat64 *to)
 int status_of(Board &on, const std::string &path, struct stat &status)
 {
     const Working guard;
-    status.st_nlink = 1;
-    return static_cast<int>(answer(on.status(path, status)));
+    struct stat found = {};
+    const long result = on.status(path, found);
+    if (result >= 0) {
+        status = found;
+        status.st_nlink = 1;
+    }
+    return static_cast<int>(answer(result));
 }
 
 int status_of(const OpenFile &file, struct stat &status)
 {
     const Working guard;
     status = {};
-    status.st_nlink = 1;
     file.device->describe(status);
+    status.st_nlink = 1;
     return 0;
 }
 
@@ -402,6 +412,8 @@ long long seek_on_board(const std::shared_ptr<OpenFile> &file, long long offset,
 
 // ---- descriptors ----
 
+// Makes `to`, which the kernel has just made a duplicate, lead where `from`
+// does.
 void share(int from, int to)
 {
     const std::shared_ptr<OpenFile> file = any_file(from);
@@ -411,7 +423,7 @@ void share(int from, int to)
     }
 }
 
-// What a number leads to is dropped before it is closed or reused.
+// Drops what a number leads to.
 void forget(int descriptor)
 {
     Board *on = board();
@@ -489,18 +501,20 @@ void tell_mutex(MutexEvent event, pthread_mutex_t *mutex)
     }
     Board *on = installed.load(std::memory_order_acquire);
     if (on != nullptr && event == MutexEvent::unlocked && !can_watch()) {
-        // A register operation has just ended.
+        // A register operation is about to end.
         on->synchronise();
     }
 }
 
 // ---- fork ----
 
+// The watch comes first: a step that is under way ends with the board's lock.
 void before_fork()
 {
     Board *on = installed.load(std::memory_order_acquire);
     const Working guard;
     if (on != nullptr) {
+        before_fork_of_watch();
         on->before_fork();
         descriptors().before_fork();
     }
@@ -513,6 +527,7 @@ void after_fork_in_parent()
     if (on != nullptr) {
         descriptors().after_fork();
         on->after_fork_in_parent();
+        after_fork_of_watch();
     }
 }
 
@@ -523,6 +538,7 @@ void after_fork_in_child()
     if (on != nullptr) {
         descriptors().after_fork();
         on->after_fork_in_child();
+        after_fork_of_watch();
     }
 }
 
@@ -554,7 +570,10 @@ using virtual_board::Board;
 using virtual_board::OpenFile;
 using virtual_board::Operation;
 
+#if !defined(__clang__)
+// The checks for null arguments are needed: programs do pass them.
 #pragma GCC diagnostic ignored "-Wnonnull-compare"
+#endif
 
 extern "C" {
 
@@ -726,19 +745,21 @@ int dup(int descriptor)
 
 int dup2(int from, int to)
 {
-    if (from != to) {
-        forget(to);
-    }
     const int result = real_dup2(from, to);
-    share(from, result);
+    if (result >= 0 && from != to) {
+        forget(to);
+        share(from, to);
+    }
     return result;
 }
 
 int dup3(int from, int to, int flags)
 {
-    forget(to);
     const int result = real_dup3(from, to, flags);
-    share(from, result);
+    if (result >= 0) {
+        forget(to);
+        share(from, to);
+    }
     return result;
 }
 
@@ -948,11 +969,9 @@ int pthread_mutex_trylock(pthread_mutex_t *mutex)
 
 int pthread_mutex_unlock(pthread_mutex_t *mutex)
 {
-    const int result = real_mutex_unlock(mutex);
-    if (result == 0) {
-        tell_mutex(MutexEvent::unlocked, mutex);
-    }
-    return result;
+    // Told while it is still held: the next holder comes later in every trace.
+    tell_mutex(MutexEvent::unlocked, mutex);
+    return real_mutex_unlock(mutex);
 }
 
 } // extern "C"

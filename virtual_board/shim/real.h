@@ -3,6 +3,7 @@
 #define VIRTUAL_BOARD_SHIM_REAL_H
 
 #include <dlfcn.h>
+#include <pthread.h>
 
 #include <atomic>
 
@@ -32,6 +33,20 @@ private:
 
     const char *name_;
     std::atomic<void *> found_{nullptr};
+};
+
+inline constinit Real<int(pthread_mutex_t *)> real_mutex_lock("pthread_mutex_lock");
+inline constinit Real<int(pthread_mutex_t *)> real_mutex_unlock("pthread_mutex_unlock");
+
+// The shim's own mutex: std::mutex would come by the functions that the shim
+// defines.
+class RealMutex {
+public:
+    void lock() { real_mutex_lock(&mutex_); }
+    void unlock() { real_mutex_unlock(&mutex_); }
+
+private:
+    pthread_mutex_t mutex_ = PTHREAD_MUTEX_INITIALIZER;
 };
 
 } // namespace virtual_board::shim

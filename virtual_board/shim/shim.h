@@ -17,8 +17,9 @@ void install(Board *board);
 enum class MutexEvent { locked, refused, unlocked };
 using MutexObserver = void (*)(MutexEvent event, pthread_mutex_t *mutex);
 
-// Called after each mutex operation of the process outside the shim itself;
-// `refused` is a try-lock that found the mutex held.
+// Called on each mutex operation of the process outside the shim itself: after
+// a lock, and before an unlock, so that the mutex is held both times; `refused`
+// is a try-lock that found the mutex held.
 void observe_mutexes(MutexObserver observer);
 
 } // namespace virtual_board::shim

@@ -51,7 +51,8 @@ constexpr greg_t fault_was_write = 2;
 struct sigaction previous_fault;
 struct sigaction previous_trap;
 
-// One instruction at a time: while it runs, the window is open to all threads.
+// One instruction at a time: while it runs, the window is open to all threads,
+// and what others store then is found when it has run.
 std::atomic_flag stepping = ATOMIC_FLAG_INIT;
 
 struct Step {
@@ -70,8 +71,16 @@ void pass_on(const struct sigaction &previous, int signal, siginfo_t *info, void
     } else if (previous.sa_handler != SIG_DFL && previous.sa_handler != SIG_IGN) {
         previous.sa_handler(signal);
     } else {
-        // Back to the default; the instruction faults again and ends the program.
+        // Back to the default, which ends the program as the handler returns.
         ::signal(signal, SIG_DFL);
+        ::raise(signal);
+    }
+}
+
+void begin_step()
+{
+    while (stepping.test_and_set(std::memory_order_acquire)) {
+        sched_yield();
     }
 }
 
@@ -83,9 +92,7 @@ void on_fault(int signal, siginfo_t *info, void *context)
         return;
     }
     const int kept_errno = errno;
-    while (stepping.test_and_set(std::memory_order_acquire)) {
-        sched_yield();
-    }
+    begin_step();
     step_is_mine = true;
     auto &registers = static_cast<ucontext_t *>(context)->uc_mcontext.gregs;
     uint8_t *base = window->base.load(std::memory_order_acquire);
@@ -108,13 +115,14 @@ void on_trap(int signal, siginfo_t *info, void *context)
     static_cast<ucontext_t *>(context)->uc_mcontext.gregs[REG_EFL] &= ~trap_flag;
     const Step done = step;
     mprotect(done.window->base.load(std::memory_order_acquire), done.window->length, PROT_NONE);
-    step_is_mine = false;
-    stepping.clear(std::memory_order_release);
     if (done.store) {
         done.window->board->stored(done.offset, done.before);
     } else {
         done.window->board->loaded(done.offset);
     }
+    done.window->board->find_stores();
+    step_is_mine = false;
+    stepping.clear(std::memory_order_release);
     errno = kept_errno;
 }
 
@@ -139,6 +147,20 @@ void take_signals() {}
 #endif
 
 } // namespace
+
+void before_fork_of_watch()
+{
+#if defined(__x86_64__)
+    begin_step();
+#endif
+}
+
+void after_fork_of_watch()
+{
+#if defined(__x86_64__)
+    stepping.clear(std::memory_order_release);
+#endif
+}
 
 bool can_watch()
 {

@@ -23,6 +23,10 @@ bool retire(void *address, size_t length);
 // Whether the address was a window once.
 bool is_retired(const void *address);
 
+// For fork: no thread is amid an access meanwhile.
+void before_fork_of_watch();
+void after_fork_of_watch();
+
 } // namespace virtual_board::shim
 
 #endif
