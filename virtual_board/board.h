@@ -122,7 +122,8 @@ public:
     long read(OpenFile &file, void *buffer, size_t count);
     long write(OpenFile &file, const void *buffer, size_t count);
     // A call on a device with a real node behind it: `transfer` makes it, without
-    // the board's lock, because it may wait.
+    // the board's lock, because it may wait. A fault here is an error or, of any
+    // other kind, a result.
     long pass(OpenFile &file, Operation operation, uint32_t address, uint64_t count,
               const std::function<long()> &transfer);
     long ioctl(OpenFile &file, uint32_t request, void *argument);

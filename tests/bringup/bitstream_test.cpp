@@ -8,6 +8,21 @@
 namespace board_test {
 namespace {
 
+// A done line whose file holds what it likes.
+class OddLine : public virtual_board::Device {
+public:
+    explicit OddLine(std::string text) : Device("gpio96-value"), text_(std::move(text)) {}
+
+    long read(virtual_board::OpenFile &, void *buffer, size_t count) override
+    {
+        return static_cast<long>(text_.copy(static_cast<char *>(buffer), count));
+    }
+    long long seek(virtual_board::OpenFile &, long long offset, int) override { return offset; }
+
+private:
+    std::string text_;
+};
+
 class BitstreamTest : public BoardTest {
 protected:
     // Declared before the board's set-up counts descriptors.
@@ -331,6 +346,17 @@ TEST_F(BitstreamTest, FailsWhenTheDoneLineCannotBeRead)
     EXPECT_EQ(load_fpga(file.path()), -13);
     EXPECT_EQ(output(), "can not open gpionum file.\n");
     expect_cleaned_up();
+}
+
+TEST_F(BitstreamTest, OnlyAOneIsDone)
+{
+    leaves_spi_open(5);
+    for (const char *text : {"", "0\n", "2\n", "\n1", "11"}) {
+        const BitstreamFile file(10);
+        board.attach("/sys/class/gpio/gpio96/value", std::make_shared<OddLine>(text));
+        EXPECT_EQ(load_fpga(file.path()), text[0] == '1' ? 0 : -13) << text;
+        EXPECT_EQ(output(), text[0] == '1' ? "load fpga successfully.\n" : "") << text;
+    }
 }
 
 TEST_F(BitstreamTest, CleaningUpDoesNotCount)

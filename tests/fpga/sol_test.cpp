@@ -15,7 +15,7 @@ std::string access_text(const Event &event)
         snprintf(text, sizeof(text), "sleep %llu", static_cast<unsigned long long>(event.count));
     } else if (event.operation == Operation::read || event.operation == Operation::write) {
         const Bytes &record = event.bytes;
-        const unsigned number = record[1] | record[2] << 8;
+        const unsigned number = record[1] | static_cast<unsigned>(record[2]) << 8;
         const uint32_t value = record[3] | static_cast<uint32_t>(record[4]) << 8 |
                                static_cast<uint32_t>(record[5]) << 16 |
                                static_cast<uint32_t>(record[6]) << 24;

@@ -6,6 +6,7 @@
 #include <string.h>
 
 extern "C" void *__libc_malloc(size_t size);
+extern "C" void *__libc_calloc(size_t count, size_t size);
 
 namespace board_test {
 
@@ -37,10 +38,17 @@ int find_library(dl_phdr_info *info, size_t, void *)
     return 1;
 }
 
-bool strikes(const void *caller)
+bool strikes(const void *caller, size_t size)
 {
     const auto address = reinterpret_cast<uintptr_t>(caller);
-    return armed && address >= library.begin && address < library.end;
+    if (!armed || address < library.begin || address >= library.end) {
+        return false;
+    }
+    armed = false;
+    failed = true;
+    failed_size = size;
+    errno = ENOMEM;
+    return true;
 }
 
 } // namespace
@@ -61,13 +69,13 @@ std::optional<size_t> failed_malloc()
 
 extern "C" void *malloc(size_t size)
 {
-    using namespace board_test;
-    if (strikes(__builtin_return_address(0))) {
-        armed = false;
-        failed = true;
-        failed_size = size;
-        errno = ENOMEM;
-        return nullptr;
-    }
-    return __libc_malloc(size);
+    return board_test::strikes(__builtin_return_address(0), size) ? nullptr : __libc_malloc(size);
+}
+
+// Optimisers make one call of an allocation that is zeroed.
+extern "C" void *calloc(size_t count, size_t size)
+{
+    return board_test::strikes(__builtin_return_address(0), count * size)
+               ? nullptr
+               : __libc_calloc(count, size);
 }
