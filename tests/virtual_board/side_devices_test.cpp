@@ -160,7 +160,8 @@ TEST_F(SideDevicesTest, SpiRefusesWhatSpidevRefuses)
     transfer.len = 4097;
     EXPECT_EQ(ioctl(spi, SPI_IOC_MESSAGE(1), &transfer), -1);
     EXPECT_EQ(errno, EMSGSIZE);
-    EXPECT_EQ(ioctl(spi, SPI_IOC_MESSAGE(2), &transfer), -1);
+    spi_ioc_transfer two[2] = {};
+    EXPECT_EQ(ioctl(spi, SPI_IOC_MESSAGE(2), two), -1);
     EXPECT_EQ(errno, ENOTTY);
     EXPECT_TRUE(board.spi().transfers().empty());
 }
