@@ -7,7 +7,7 @@ folder=$(mktemp -d)
 trap 'rm -rf "$folder"' EXIT
 
 "$1" --install "$2" --prefix "$folder/installed" >/dev/null
-"$1" -S "$3" -B "$folder/build" -DCMAKE_PREFIX_PATH="$folder/installed" -DCMAKE_CXX_COMPILER="$4" >/dev/null
+"$1" -S "$3" -B "$folder/build" -G Ninja -DCMAKE_PREFIX_PATH="$folder/installed" -DCMAKE_CXX_COMPILER="$4" >/dev/null
 "$1" --build "$folder/build" >/dev/null
 
 LD_LIBRARY_PATH=$(dirname "$(find "$folder/installed" -name libboard_hal.so)")
