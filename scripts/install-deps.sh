@@ -7,7 +7,7 @@
 set -eu
 
 build="cmake g++ ninja-build"
-test="$build libgtest-dev pkg-config"
+test="$build libgtest-dev nlohmann-json3-dev pkg-config"
 check="$test clang clang-format clang-tidy"
 
 case "${1:-}" in
