@@ -1,7 +1,7 @@
 #!/bin/sh
 # Builds the demo and runs it: a little management controller on a virtual
-# board, with a host that talks to it. Needs no hardware; installs what is
-# missing on a Debian machine.
+# board, with a host that talks to it, and the inventory of two boards. Needs no
+# hardware; installs what is missing on a Debian machine.
 set -eu
 cd "$(dirname "$0")/.."
 
@@ -10,13 +10,14 @@ log=$build.log
 lib=$build/lib/libvirtual_board_preload.so
 controller=$build/bin/chassis_controller
 host=examples/chassis_controller/demo.host
+inventory=$build/bin/board_inventory
 
 scripts/install-deps.sh build
 
-echo "Building the library, the virtual board and the controller (log: $log)"
+echo "Building the library, the virtual board and two programs (log: $log)"
 mkdir -p build
 if ! { cmake --preset release -B "$build" -DBOARD_HAL_BUILD_TESTS=OFF &&
-       cmake --build "$build" --target board_hal virtual_board_preload chassis_controller; } >"$log" 2>&1
+       cmake --build "$build" --target board_hal virtual_board_preload chassis_controller board_inventory; } >"$log" 2>&1
 then
     cat "$log"
     exit 1
@@ -55,4 +56,20 @@ result=$build/result
     timeout 60 env LD_PRELOAD="$PWD/$lib" VIRTUAL_BOARD_HOST_SCRIPT="$host" "$controller" || code=$?
     echo "$code" >"$result"
 } | sed -u "$plain"
-exit "$(cat "$result")"
+[ "$(cat "$result")" = 0 ] || exit "$(cat "$result")"
+
+cat <<'TEXT'
+
+The same library answers who and what is there. Below, a second program takes
+the inventory of two boards: a Brava node, and a Corvo node, which has other
+slots and fewer disk bays. Statuses that flicker count when ten polls in a row
+agree, so the program polls for half a second; with --json it prints the same
+for programs. "n.a." is what does not apply or what the board does not tell.
+TEXT
+
+# What the library itself has to say goes to standard error.
+for board in brava-0 corvo-8; do
+    printf '\n==== %s\n\n' "$board"
+    timeout 60 env LD_PRELOAD="$PWD/$lib" VIRTUAL_BOARD_PERSONALITY="$board" "$inventory" \
+        2>>"$log"
+done

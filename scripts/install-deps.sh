@@ -8,7 +8,7 @@
 set -eu
 
 build="cmake g++ ninja-build"
-test="$build libgtest-dev pkg-config u-boot-tools libubootenv-tool"
+test="$build libgtest-dev nlohmann-json3-dev pkg-config u-boot-tools libubootenv-tool"
 check="$test clang clang-format clang-tidy libclang-rt-14-dev"
 bench="$build libbenchmark-dev zlib1g"
 

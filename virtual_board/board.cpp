@@ -93,6 +93,9 @@ Board::Board(const Personality &personality, Clock::Mode mode)
     attach("/dev/ttyS0", uart_);
     modules_.add("load_fpga", [this] { spi_->await_bitstream(); });
     plug_chips();
+    if (!personality.raid_card_fitted) {
+        i2c_[2].unplug(raid_expander_address);
+    }
     attach("/dev/i2c-0", std::make_shared<I2cDev>("i2c-0", 0, i2c_[2]));
     attach("/dev/mtdblock2", environment_);
     attach_flash(personality.flash);
@@ -147,6 +150,7 @@ void Board::fit(const Personality &personality)
         {CPLD_REG_BOARD_6, personality.board_6_fitted ? CPLD_BOARD_6_PRESENT : 0},
         {CPLD_REG_AMC_PRESENCE, personality.amc_modules},
         {CPLD_REG_SERIAL_ROUTING, personality.serial_route},
+        {CPLD_REG_RAID_STATUS, personality.raid_card_fitted ? CPLD_RAID_NO_ERROR : 0},
     };
     for (const auto &row : registers) {
         cpld_->set(row.offset, static_cast<uint8_t>(row.value));

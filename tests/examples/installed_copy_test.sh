@@ -1,6 +1,6 @@
-# Builds the example by itself against an installed copy of the library, and
-# starts it where there is no board.
-# usage: installed_copy_test.sh CMAKE BUILD_FOLDER EXAMPLE COMPILER
+# Builds an example by itself against an installed copy of the library, and
+# starts it where there is no board: it says TEXT.
+# usage: installed_copy_test.sh CMAKE BUILD_FOLDER EXAMPLE COMPILER TEXT
 set -eu
 
 folder=$(mktemp -d)
@@ -12,10 +12,10 @@ trap 'rm -rf "$folder"' EXIT
 
 LD_LIBRARY_PATH=$(dirname "$(find "$folder/installed" -name libboard_hal.so)")
 export LD_LIBRARY_PATH
-if output=$("$folder/build/chassis_controller"); then
+if output=$("$folder/build/$(basename "$3")" 2>&1); then
     echo "it started without a board"
     exit 1
 fi
 echo "$output"
 echo "$output" | grep -qF "cpld_init: cann't open device"
-echo "$output" | grep -qF 'bmc   | the board cannot be opened (-1)'
+echo "$output" | grep -qF "$5"

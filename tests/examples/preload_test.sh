@@ -34,8 +34,16 @@ run()
 
 export VIRTUAL_BOARD_PERSONALITY=nothing-known
 run - "$controller"
-expect 2 'virtual board: no personality "nothing-known"; there is "brava-0"'
+expect 2 'virtual board: no personality "nothing-known"; there are brava-0, brava-1, brava-2, brava-3, corvo-8, corvo-9, corvo-10, corvo-11, unknown-bom'
+
+# The board is the one that was named.
+printf 'wait 200ms\n' >"$folder/wait"
+export VIRTUAL_BOARD_PERSONALITY=corvo-8
+run "$folder/wait" "$controller"
+expect 0 'board id 11h, PCB version 2, BOM version 8, product id 02h'
 export VIRTUAL_BOARD_PERSONALITY=brava-0
+run "$folder/wait" "$controller"
+expect 0 'board id 10h, PCB version 1, BOM version 0, product id 02h'
 run - sh -c 'echo hello'
 expect 0 'hello'
 

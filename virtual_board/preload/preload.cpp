@@ -1,6 +1,7 @@
 // Puts a virtual board under any program: LD_PRELOAD this library.
 //
-//   VIRTUAL_BOARD_PERSONALITY  which board; the default one if absent
+//   VIRTUAL_BOARD_PERSONALITY  which board (personality.h); the default one if
+//                              absent, the known ones are listed if unknown
 //   VIRTUAL_BOARD_HOST_SCRIPT  file with the host's script (host_script.h); when
 //                              it ends, the program is asked to terminate, and
 //                              exits with 1 if the script failed
@@ -44,13 +45,18 @@ Process *process;
 
 Personality chosen_personality()
 {
-    const Personality personality;
     const char *name = getenv("VIRTUAL_BOARD_PERSONALITY");
-    if (name != nullptr && name != personality.name) {
-        refuse("no personality \"" + std::string(name) + "\"; there is \"" + personality.name +
-               "\"");
+    if (name == nullptr) {
+        return {};
     }
-    return personality;
+    if (const Personality *found = find_personality(name)) {
+        return *found;
+    }
+    std::string known;
+    for (const Personality &one : personalities()) {
+        known += (known.empty() ? "" : ", ") + one.name;
+    }
+    refuse("no personality \"" + std::string(name) + "\"; there are " + known);
 }
 
 void start_script(Process &of)
