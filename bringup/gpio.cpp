@@ -54,53 +54,61 @@ private:
     FILE *file_;
 };
 
+// How a kind of GPIO file is opened, and what is said when that fails.
+struct GpioFileKind {
+    const char *mode;
+    const char *missing_argument;
+    const char *open_failed;
+};
+
+constexpr GpioFileKind export_file = {"ab", "export file is null or str is null.",
+                                      "can not open export file."};
+constexpr GpioFileKind line_file = {"rb+", "gpionum file is null or str is null.",
+                                    "can not open gpionum file."};
+
+template <typename Data, typename Access>
+int access_file(const GpioFileKind &kind, const char *path, Data *data, Access access)
+{
+    if (path == nullptr || data == nullptr) {
+        puts(kind.missing_argument);
+        return -1;
+    }
+    GpioFile file(path, kind.mode);
+    if (!file) {
+        puts(kind.open_failed);
+        return -1;
+    }
+    access(file, data);
+    return 0;
+}
+
+void write_text(GpioFile &file, const char *text)
+{
+    file.write(text);
+}
+
+void read_level(GpioFile &file, char *level)
+{
+    file.read(level);
+}
+
 } // namespace
 
 namespace board_hal {
 
 int gpio_export_write(const char *path, const char *text)
 {
-    if (path == nullptr || text == nullptr) {
-        puts("export file is null or str is null.");
-        return -1;
-    }
-    GpioFile file(path, "ab");
-    if (!file) {
-        puts("can not open export file.");
-        return -1;
-    }
-    file.write(text);
-    return 0;
+    return access_file(export_file, path, text, write_text);
 }
 
 int gpio_line_write(const char *path, const char *text)
 {
-    if (path == nullptr || text == nullptr) {
-        puts("gpionum file is null or str is null.");
-        return -1;
-    }
-    GpioFile file(path, "rb+");
-    if (!file) {
-        puts("can not open gpionum file.");
-        return -1;
-    }
-    file.write(text);
-    return 0;
+    return access_file(line_file, path, text, write_text);
 }
 
 int gpio_line_read(const char *path, char *level)
 {
-    if (path == nullptr || level == nullptr) {
-        puts("gpionum file is null or str is null.");
-        return -1;
-    }
-    GpioFile file(path, "rb+");
-    if (!file) {
-        puts("can not open gpionum file.");
-        return -1;
-    }
-    file.read(level);
-    return 0;
+    return access_file(line_file, path, level, read_level);
 }
 
 } // namespace board_hal
