@@ -2,6 +2,7 @@
 #ifndef UPDATE_OEM_DATA_H
 #define UPDATE_OEM_DATA_H
 
+#include <stddef.h>
 #include <stdint.h>
 
 #include "support/byte_order.h"
@@ -36,7 +37,7 @@ constexpr uint32_t oem_region_count(const uint8_t *data)
 // Entry @p index of the region table, below oem_region_max.
 constexpr OemRegion oem_region(const uint8_t *data, uint32_t index)
 {
-    const uint8_t *const entry = data + oem_region_table_at + index * oem_region_entry_size;
+    const uint8_t *const entry = data + oem_region_table_at + size_t{index} * oem_region_entry_size;
     return {load_le32(entry), load_le32(entry + 4)};
 }
 
