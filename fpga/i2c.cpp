@@ -285,10 +285,10 @@ int i2c_write(int32_t chan, uint8_t addr, const uint8_t *buf, int32_t len, int32
     if (!on_fpga(chan)) {
         return with_retries(delay_ms, [=] { return soc_write(addr, buf, len, delay_ms); });
     }
-    // The driver is always offered 64 bytes: behind a shorter record they are
-    // zero.
-    const size_t used = count_of(len) + write_header_size;
-    const size_t size = used > fpga_transfer_count ? used : fpga_transfer_count;
+    // Always of the largest size, behind a shorter record zero: the driver is
+    // offered 64 bytes in any case, and takes the length from the record, which
+    // holds the low byte of a negative one.
+    constexpr size_t size = write_header_size + fpga_data_max;
     HeapBuffer record(size);
     if (!record) {
         return -5;

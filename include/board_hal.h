@@ -21,7 +21,7 @@ extern "C" {
 #endif
 
 /**
- * @mainpage
+ * @page contract The contract that holds everywhere
  *
  * The contract that holds everywhere; each declaration states only what is its
  * own.
@@ -50,7 +50,13 @@ extern "C" {
  * locks that it takes; all are released on return, except the open locks, which
  * are held for as long as a device is open. No two register or request locks
  * are ever held together. An open lock may be held while one is taken, never
- * the reverse.
+ * the reverse. Beyond that, these and no others are taken while another is held:
+ *
+ * | held              | taken             | by                                 |
+ * |-------------------|-------------------|------------------------------------|
+ * | `bios_image_lock` | `bios_flash_lock` | get_bios(), load_bios(), …         |
+ * | `bios_image_lock` | `cpld_reg_lock`   | the same, for the flash's owner    |
+ * | `bios_flash_lock` | `cpld_reg_lock`   | bios_write(), bios_bulk_erase()    |
  *
  * **Blocking.** An operation blocks for its lock and for the driver calls that
  * it makes. Those that sleep say how long.
@@ -108,7 +114,9 @@ BOARD_HAL_API extern const char c_str_Fail[23];
 
 /**
  * Opens the board: cpld_init(), gpio_init(), fpga_Init(). A failing step undoes
- * the earlier ones.
+ * itself and the earlier ones: cpld_clean() and fpga_clean() then also close
+ * handles that were not opened, which are 0 before the first open and later a
+ * number that may be another file's.
  *
  * A second call while the devices are open does not return early: its
  * cpld_init() is refused, and the clean-up closes the CPLD device of the first
@@ -264,8 +272,10 @@ BOARD_HAL_API int heartbeat_to_cpld(void);
 
 /**
  * Writes 0x55 and 0xAA to the test register, reads each back and prints the
- * verdict line. The lock is taken once per write and once per read; the
- * register keeps 0xAA.
+ * verdict line, "\r\nStart CPLD
+ * test...............................................%s\r\n" with c_str_Pass or
+ * c_str_Fail. The lock is taken once per write and once per read; the register
+ * keeps 0xAA.
  *
  * @return 0 pass; -1 fail.
  */
@@ -458,7 +468,10 @@ BOARD_HAL_API extern int32_t g_pcieBDFsize_forCorvo;
  * get_current_board_type(); its line for an unknown BOM id may be printed). The
  * first row that matches wins.
  *
- * @param type  out: the row's type.
+ * @param bus       PCI bus number.
+ * @param device    PCI device number.
+ * @param function  PCI function number.
+ * @param type      out: the row's type.
  * @return 0; -1 null ("get_pcie_type_by_BDF pointer is null"); -2 no row
  *         matches.
  * Locks: CPLD register lock, for the board type.
@@ -473,6 +486,9 @@ BOARD_HAL_API int get_pcie_type_by_BDF(uint32_t bus, uint32_t device, uint32_t f
  * Brava node, slot 2 of a Corvo node) and only while the extended BOM id is not
  * 1000; otherwise they keep what the caller put there.
  *
+ * @param bus        PCI bus number.
+ * @param device     PCI device number.
+ * @param function   PCI function number.
  * @param slot_id    out: the row's slot id.
  * @param riser      out: 1 for the riser's slot.
  * @param node_slot  out: the node's slot in the chassis, from get_slot_id(); 0
@@ -551,6 +567,7 @@ BOARD_HAL_API int get_power_event(uint32_t which, uint8_t *val);
  * Writes a latched power event.
  *
  * @param which  0.
+ * @param val    bit 0: 1 sets, 0 clears the event.
  * @return 0; -2 other @p which.
  */
 BOARD_HAL_API int set_power_event(uint32_t which, uint8_t val);
@@ -568,6 +585,7 @@ BOARD_HAL_API int get_button_event(uint32_t which, uint8_t *val);
  * Writes a latched button event.
  *
  * @param which  0 or 1.
+ * @param val    bit 0: 1 sets, 0 clears the event.
  * @return 0; -2 other @p which.
  */
 BOARD_HAL_API int set_button_event(int32_t which, uint8_t val);
@@ -666,10 +684,12 @@ BOARD_HAL_API int set_NMI_interrupt(uint8_t val);
 BOARD_HAL_API int set_component_reset(int32_t component, uint8_t val);
 
 /**
- * State of the chassis handle switch; this board has none and reports 0. The
- * first two arguments are ignored. No lock.
+ * State of the chassis handle switch; this board has none and reports 0. No
+ * lock.
  *
- * @param val  out: 0.
+ * @param unused1  ignored.
+ * @param unused2  ignored.
+ * @param val      out: 0.
  * @return 0; positive 2 for a null @p val ("get_handle_switch_status is invalid
  *         argument\r").
  */
@@ -678,7 +698,8 @@ BOARD_HAL_API int get_handle_switch_status(uint32_t unused1, uint32_t unused2, u
 /**
  * On-board power status: always 1. No lock.
  *
- * @param val  out: 1; not checked for null.
+ * @param unused  ignored.
+ * @param val     out: 1; not checked for null.
  * @return 0.
  */
 BOARD_HAL_API int get_onboard_power_status(uint32_t unused, uint8_t *val);
@@ -1096,7 +1117,8 @@ BOARD_HAL_API void gpio_clean(void);
 /**
  * Writes a level to the heartbeat LED's line.
  *
- * @param level  "0" or "1"; null prints "gpionum file is null or str is null.".
+ * @param level  "0" or "1"; null prints "gpionum file is null or str is null.",
+ *               a line that cannot be reached "can not open gpionum file.".
  * @return 0, whatever failed.
  * Locks: heartbeat LED lock.
  */
@@ -1145,24 +1167,27 @@ BOARD_HAL_API int get_pm_present(uint32_t which, uint8_t *val);
  * Configures the FPGA from a bitstream file: exports GPIO 48 (output) and 96
  * (input), runs "insmod /ko/load_fpga.ko", opens /dev/spi (mode 0, 8 bits, 50
  * MHz), copies the file to /tmp/bmc_card.bit, sends it in transfers of 2000
- * bytes and reads GPIO 96, which tells that the FPGA is configured ("load fpga
- * successfully."). After a transfer attempt the copy is removed and "rmmod
- * load_fpga" run. GPIO lines that cannot be reached and a failed copy are not
- * errors by themselves.
+ * bytes and reads GPIO 96, which tells that the FPGA is configured
+ * ("load fpga successfully."). After a transfer attempt the copy is removed and
+ * "rmmod load_fpga" run. GPIO lines that cannot be reached
+ * ("can not open export file.", "can not open gpionum file.") and a failed copy
+ * are not errors by themselves.
  *
  * The SPI descriptor is never closed: every call that gets this far leaves one
- * more open.
+ * more open. The helper module stays loaded when the SPI device cannot be set
+ * up or when "rmmod" fails; until it is unloaded, every further call gives -2.
  *
  * @param path  the bitstream file.
- * @return 0; -2 null @p path ("invalid argument\r"), the helper module did not
- *         load ("gpio class init failed.") or the SPI device cannot be set up
- *         ("open spi device fails.", "can't set spi mode.", "can't set bits per
- *         word." or "can't set max speed hz.", then "sspi para set failed.");
- *         -13 the copy is empty or missing ("Input para real_len(%ld) is
- *         invalid.\n" with its size or -1), no memory ("malloc memory fails."),
- *         the copy cannot be opened ("open fpga file fails."), a transfer
- *         failed ("can't send spi message", without a newline), or GPIO 96 does
- *         not read '1' or cannot be opened ("can not open gpionum file.").
+ * @return 0; -2 @p path is null ("invalid argument\r"), the helper module did
+ *         not load ("gpio class init failed.") or the SPI device cannot be set up
+ *         ("open spi device fails.", "can't set spi mode.",
+ *         "can't set bits per word." or "can't set max speed hz.", then
+ *         "sspi para set failed."); -13 the copy is empty or missing
+ *         ("Input para real_len(%ld) is invalid.\n" with its size or -1), no
+ *         memory ("malloc memory fails."), the copy cannot be opened
+ *         ("open fpga file fails."), a transfer failed
+ *         ("can't send spi message", without a newline), or GPIO 96 does not
+ *         read '1' or cannot be opened ("can not open gpionum file.").
  * Locks: FPGA load lock, for the copy and the transfer.
  * Blocking: the programs and the transfers, several seconds.
  */
@@ -1506,6 +1531,9 @@ BOARD_HAL_API int ipmb_write(int32_t chan, const uint8_t *msg, int32_t len, int3
  * Sends one message on channel 2.
  *
  * @param chan  2.
+ * @param msg   the message.
+ * @param len   bytes of @p msg, as for ipmb_write().
+ * @param wait  passed to the driver; its low 16 bits count.
  * @return as ipmb_write(), with "ipmb_sm_write: chan is not a valid
  *         paramter!!"; positive 5 no memory.
  * Locks: IPMB sm lock.
@@ -1889,8 +1917,8 @@ BOARD_HAL_API int set_rtc_time(time_t t);
 BOARD_HAL_API int synch_rtc_to_sys(void);
 
 /**
- * Opens /dev/spear_adc<n> into dev_handle_adc and configures it. There is no
- * clean operation.
+ * Opens /dev/spear_adc with the number @p n behind it into dev_handle_adc and
+ * configures it. There is no clean operation.
  *
  * @param n  number of the device.
  * @return 0, also when it was open before ("adc already init\r") or when a
@@ -2265,6 +2293,7 @@ BOARD_HAL_API int get_disk_status_by_fruid(uint8_t fruid, uint32_t index, uint32
  * this board: @p out stays unwritten.
  *
  * @param index  0 or 1.
+ * @param out    not written on this board.
  * @return 0, whatever get_board_present() gave; -2 other @p index ("PS Index
  *         Error").
  */
@@ -2439,6 +2468,8 @@ BOARD_HAL_API int get_firmware_info_property(uint8_t kind, uint32_t *out);
 /**
  * Physical number of a device; on this board the logical one, for every type.
  *
+ * @param type      device type; any.
+ * @param logical   logical number.
  * @param physical  out: @p logical; not checked for null.
  * @return 0.
  */
@@ -2574,7 +2605,8 @@ BOARD_HAL_API int get_bios_print_flag(void);
  *
  * Results that all three operations share: -2 the device cannot be opened
  * ("env_init: cann't open device") or mapped ("env_init: map addr failed", and
- * the cause on standard error; a mapping at address 0 counts as failed), each
+ * "mmap" with the cause on standard error; a mapping at address 0 counts as
+ * failed), each
  * followed by the operation's own "…: env_init failed"; -1 an entry runs to the
  * end of the block without a NUL, which an erased block does too.
  *
@@ -2670,8 +2702,8 @@ BOARD_HAL_API int get_uboot_env(const char *name, char *buf, uint32_t buflen);
 BOARD_HAL_API int set_uboot_env(const char *name, const char *value);
 
 /**
- * Prints a variable as "name=value", the first entry of its name; or all
- * entries, one a line.
+ * Prints a variable as "%s=%s\n" with name and value, the first entry of its
+ * name; or all entries, one a line.
  *
  * @param name  the variable; null for all.
  * @return 0; -1 ("print_uboot_env: error, environment not terminated"), after
@@ -2811,7 +2843,8 @@ BOARD_HAL_API int open_port(int32_t chan);
 /**
  * Opens a channel into serial_handle and sets it to the rate that the FPGA
  * prescribes, 8 data bits, no parity, 1 stop bit. Prescribed rates without a
- * terminal speed (7200, 3600) give 9600.
+ * terminal speed (7200, 3600) give 9600. Prints what open_port() and set_opt()
+ * print.
  *
  * @param chan  0.
  * @param baud  ignored.
@@ -2841,6 +2874,7 @@ BOARD_HAL_API int uart_close(int32_t chan);
  *
  * @param chan  0.
  * @param buf   out: at least @p len bytes.
+ * @param len   bytes asked for.
  * @return bytes read, 0 if there are none; -1 read failed (errno is set); -2
  *         other @p chan or null @p buf.
  * Locks: UART input/output lock.
@@ -2852,6 +2886,7 @@ BOARD_HAL_API int uart_read(int32_t chan, uint8_t *buf, uint32_t len);
  *
  * @param chan  0.
  * @param buf   @p len bytes.
+ * @param len   bytes to write.
  * @return bytes written; -1 write failed (errno is set); -2 other @p chan or
  *         null @p buf.
  * Locks: UART input/output lock. Blocking: until the port takes the bytes.
@@ -2895,7 +2930,13 @@ BOARD_HAL_API int get_uart_status(int32_t chan, uint32_t which, uint32_t *val);
 /**
  * Copies a whole file to an MTD partition, from the partition's start: erases
  * as many blocks as the file touches, writes, reads back and compares. Each
- * phase shows a progress line on standard output and publishes its share of the
+ * phase shows a progress line on standard output, "Erasing blocks: 0/%d (0%%)",
+ * "\rErasing blocks: %d/%d (%d%%)" for each block and "\rErasing blocks: %d/%d
+ * (100%%)\n", then the same as "Writing data: 0k/%luk (0%%)", "\rWriting data:
+ * %dk/%luk (%lu%%)", "\rWriting data: %luk/%luk (100%%)\n" and "Verifying data:
+ * 0k/%luk (0%%)", "\rVerifying data: %dk/%luk (%lu%%)", "\rVerifying data:
+ * %luk/%luk (100%%)\n"; a failure ends the line with "\n" first, except where
+ * the data differ. It publishes its share of the
  * progress with set_upgrade_status(): erase 0 to 20, write 20 to 70, verify 70
  * to 100, with state 1. The percentages wrap at 32 bits for a file above 42 MB.
  *
@@ -2911,7 +2952,9 @@ BOARD_HAL_API int get_uart_status(int32_t chan, uint32_t which, uint32_t *val);
  *   written with other contents than the file's, and the status at the value
  *   published last, with state 1: the result alone tells it from a running copy.
  *
- * Nothing is restored. Files and buffers are always released.
+ * Nothing is restored. Files and buffers are always released. A copy that fails
+ * before its image is open also closes the descriptor number that the image of
+ * the copy before it had: by then another thread's file may have that number.
  *
  * @param device  character device of the partition, opened for synchronous
  *                writing; not checked for null.
@@ -2938,7 +2981,8 @@ BOARD_HAL_API int mtd_flash_copy(const char *device, const char *image);
 
 /**
  * Copies a stretch of a file to an MTD partition, from the partition's start.
- * Progress, locks, blocking and what a failure leaves as mtd_flash_copy().
+ * Progress, locks, blocking and what a failure leaves as mtd_flash_copy(), but
+ * that the first line begins with "\rErasing blocks: 0/%d (0%%)".
  *
  * @param device  as for mtd_flash_copy().
  * @param image   as for mtd_flash_copy().
@@ -2965,8 +3009,9 @@ BOARD_HAL_API int mtd_flash_copy_ex(const char *device, const char *image, uint3
 /**
  * Erases the BIOS flash: takes it from the host, loads its driver, erases
  * /dev/mtd6, gives the flash back and unloads the driver. Prints "insmod
- * driver" and a progress line that counts one erase request per byte of the
- * partition: the first ones erase it, one block each, the rest are empty.
+ * driver" and a progress line, "\rErasing blocks: %d/%d (%d%%)" and at its end
+ * "\rErasing blocks: %d/%d (100%%)\n", that counts one erase request per byte of
+ * the partition: the first ones erase it, one block each, the rest are empty.
  *
  * On failure:
  * - owner refused: nothing was changed;
@@ -2980,8 +3025,8 @@ BOARD_HAL_API int mtd_flash_copy_ex(const char *device, const char *image, uint3
  * @param bios_id  0 or below.
  * @return 0; -2 @p bios_id above 0 ("Invalid bios id = %d\r\n"), owner refused
  *         or not given back, no MTD device ("This doesn't seem to be a valid MTD
- *         flash device!"), erase failed ("While erasing blocks 0x%.8x-0x%.8x on
- *         %d\n" with the descriptor); -5 the device cannot be opened.
+ *         flash device!"), erase failed ("\n", then "While erasing blocks
+ *         0x%.8x-0x%.8x on %d\n" with the descriptor); -5 the device cannot be opened.
  * Locks: BIOS flash lock, then the CPLD register lock for the owner.
  * Blocking: the driver's load, the erase of the whole part and as many further
  * requests and progress texts as the partition has bytes: minutes.
@@ -3055,7 +3100,8 @@ BOARD_HAL_API extern uint8_t g_OemDataGuid[16];
  * On failure as mtd_flash_copy(): the flash is untouched up to the first erase
  * line, and erased, partly written or different after it. A failed erase leaves
  * the percentage reached with state 3, other failures the value published last
- * with state 1.
+ * with state 1. Here too, a copy that fails before its image is open closes the
+ * number of an earlier image.
  *
  * @param device        character device of the flash.
  * @param flash_offset  first byte on the flash, a multiple of its erase size.
@@ -3080,8 +3126,10 @@ BOARD_HAL_API int spi_flash_copy(const char *device, uint32_t flash_offset, cons
 
 /**
  * Saves the start of the BIOS flash to a file: takes the flash from the host,
- * loads its driver, reads, gives the flash back and unloads the driver. Shows a
- * percentage on standard output; the upgrade status is not touched.
+ * loads its driver, reads, gives the flash back and unloads the driver. Prints
+ * "size of  %s is %d\r\n" with @p path and @p size, "downloading bios...\r", a
+ * percentage, "\r<%d%%>", per kilobyte and at the end, and then
+ * "\r\ndownload bios  successfully"; the upgrade status is not touched.
  *
  * On failure:
  * - bad argument or no memory: nothing was changed;

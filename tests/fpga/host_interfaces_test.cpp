@@ -380,7 +380,7 @@ TEST_F(BtWriteTest, LengthsUpTo254AreSent)
         const auto writes = board.trace.of(Operation::write, "fpga");
         ASSERT_EQ(writes.size(), 1U);
         EXPECT_EQ(writes[0].count, c.count);
-        expected.resize(c.count);
+        expected.resize(static_cast<size_t>(c.count));
         EXPECT_EQ(writes[0].bytes, expected);
     }
     EXPECT_EQ(output(), "");
@@ -452,7 +452,7 @@ TEST_F(KcsWriteTest, LengthsUpTo100AreSent)
         EXPECT_EQ(writes[0].count, c.count);
         Bytes expected = {0x31, c.header};
         expected.insert(expected.end(), message.begin(), message.end());
-        expected.resize(c.count);
+        expected.resize(static_cast<size_t>(c.count));
         EXPECT_EQ(writes[0].bytes, expected);
     }
     EXPECT_EQ(output(), "");
