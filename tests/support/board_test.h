@@ -7,6 +7,7 @@
 
 #include <functional>
 #include <optional>
+#include <set>
 #include <string>
 #include <utility>
 #include <vector>
@@ -52,6 +53,8 @@ protected:
     size_t flushed_output() const { return output_->flushed(); }
     // The locks that are held now, by name, sorted.
     Names held_locks() const { return locks_.held(); }
+    // Pairs of a held lock and one that was taken meanwhile.
+    std::set<std::pair<std::string, std::string>> lock_order() const { return locks_.order(); }
     // Runs the action in whichever thread has just taken the lock, while it holds
     // it; to be set before threads run.
     void when_locked(const std::string &name, std::function<void()> action)

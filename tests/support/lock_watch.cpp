@@ -9,10 +9,10 @@
 
 #include <algorithm>
 #include <fstream>
-#include <iterator>
 #include <map>
 #include <memory>
 #include <mutex>
+#include <sstream>
 #include <stdexcept>
 #include <utility>
 
@@ -61,7 +61,9 @@ std::string short_name(const char *symbol)
 std::map<uintptr_t, std::string> read_symbols(const Library &library)
 {
     std::ifstream file(library.path, std::ios::binary);
-    const std::string image{std::istreambuf_iterator<char>(file), {}};
+    std::ostringstream contents;
+    contents << file.rdbuf();
+    const std::string image = contents.str();
     std::map<uintptr_t, std::string> symbols;
     if (image.size() < sizeof(ElfW(Ehdr))) {
         return symbols;
@@ -91,6 +93,7 @@ struct State {
     std::map<uintptr_t, std::string> names;
     std::mutex guard;
     std::map<uintptr_t, int> held;
+    std::set<std::pair<uintptr_t, uintptr_t>> order;
     std::map<std::string, std::function<void()>> actions;
 };
 
@@ -98,6 +101,26 @@ State &state()
 {
     static State &instance = *new State;
     return instance;
+}
+
+std::string name_of(const State &watch, uintptr_t address)
+{
+    const auto known = watch.names.find(address);
+    return known == watch.names.end() ? "unnamed lock" : known->second;
+}
+
+// The locks that this thread took and has not released. Another thread may have
+// released an open lock.
+thread_local std::vector<uintptr_t> taken_here;
+
+void note_locked(State &watch, uintptr_t address)
+{
+    std::erase_if(taken_here, [&](uintptr_t lock) { return !watch.held.contains(lock); });
+    for (const uintptr_t held : taken_here) {
+        watch.order.emplace(held, address);
+    }
+    taken_here.push_back(address);
+    ++watch.held[address];
 }
 
 void observe(virtual_board::shim::MutexEvent event, pthread_mutex_t *mutex)
@@ -109,13 +132,13 @@ void observe(virtual_board::shim::MutexEvent event, pthread_mutex_t *mutex)
         event == MutexEvent::refused) {
         return;
     }
-    const auto known = watch.names.find(address);
-    const std::string name = known == watch.names.end() ? "unnamed lock" : known->second;
+    const std::string name = name_of(watch, address);
     {
         const std::lock_guard guard(watch.guard);
         if (event == MutexEvent::locked) {
-            ++watch.held[address];
+            note_locked(watch, address);
         } else {
+            std::erase(taken_here, address);
             watch.held.erase(address);
         }
     }
@@ -137,7 +160,10 @@ LockWatch::LockWatch(virtual_board::Board &board)
     if (dl_iterate_phdr(find_library, &watch.library) == 0) {
         throw std::runtime_error("libboard_hal.so is not loaded");
     }
-    watch.names = read_symbols(watch.library);
+    if (watch.names.empty()) {
+        watch.names = read_symbols(watch.library);
+    }
+    watch.order.clear();
     virtual_board::shim::observe_mutexes(observe);
 }
 
@@ -151,14 +177,24 @@ void LockWatch::when_locked(const std::string &name, std::function<void()> actio
     state().actions[name] = std::move(action);
 }
 
+std::set<std::pair<std::string, std::string>> LockWatch::order() const
+{
+    State &watch = state();
+    const std::lock_guard guard(watch.guard);
+    std::set<std::pair<std::string, std::string>> names;
+    for (const auto &[held, taken] : watch.order) {
+        names.emplace(name_of(watch, held), name_of(watch, taken));
+    }
+    return names;
+}
+
 std::vector<std::string> LockWatch::held() const
 {
     State &watch = state();
     const std::lock_guard guard(watch.guard);
     std::vector<std::string> names;
     for (const auto &[address, count] : watch.held) {
-        const auto known = watch.names.find(address);
-        names.push_back(known == watch.names.end() ? "unnamed lock" : known->second);
+        names.push_back(name_of(watch, address));
     }
     std::sort(names.begin(), names.end());
     return names;

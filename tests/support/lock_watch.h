@@ -3,7 +3,9 @@
 #define TESTS_SUPPORT_LOCK_WATCH_H
 
 #include <functional>
+#include <set>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "virtual_board/board.h"
@@ -22,6 +24,9 @@ public:
 
     // Names of the held locks, sorted.
     std::vector<std::string> held() const;
+    // Pairs of locks of which the second was taken by a thread that held the
+    // first, since this watch began.
+    std::set<std::pair<std::string, std::string>> order() const;
     // Calls the action in the thread that has just taken the lock, while it
     // holds it. Set before threads run.
     void when_locked(const std::string &name, std::function<void()> action);
