@@ -48,6 +48,7 @@ void BlackBox::crash(std::vector<uint8_t> record)
 {
     if (enabled()) {
         record_ = std::move(record);
+        taken_ = 0;
     }
 }
 
@@ -76,8 +77,12 @@ uint32_t BlackBox::control() const
 uint32_t BlackBox::next_word()
 {
     uint32_t word = 0;
+    const size_t from = position_;
     for (size_t i = 0; fetching_ && i < word_size && position_ < end_; ++i, ++position_) {
         word |= uint32_t{record_[position_]} << (8 * i);
+    }
+    if (from <= taken_) {
+        taken_ = std::max(taken_, position_);
     }
     return word;
 }

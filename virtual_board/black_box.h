@@ -21,9 +21,12 @@ public:
     // disabled.
     void crash(std::vector<uint8_t> record);
     bool present() const { return !record_.empty(); }
+    size_t size() const { return record_.size(); }
     // Whether both control bits are set.
     bool enabled() const { return (control_ & 3) == 3; }
     bool fetching() const { return fetching_; }
+    // Whether every byte of the record has been fetched at least once.
+    bool taken() const { return taken_ == record_.size(); }
     // Parameters of the last fetch: the byte where it starts, and how many
     // bytes it yields, 0 for all that follow.
     uint32_t first() const { return first_; }
@@ -50,6 +53,7 @@ private:
     unsigned releases_ = 0;
     size_t position_ = 0;
     size_t end_ = 0;
+    size_t taken_ = 0;
 };
 
 } // namespace virtual_board

@@ -11,16 +11,11 @@
 
 #include "board_hal_cpld.h"
 #include "virtual_board/i2c_dev.h"
+#include "virtual_board/text_list.h"
 
 namespace virtual_board {
 
 namespace {
-
-// Everything below these is the board's; a name is matched up to its number.
-constexpr std::string_view board_devices[] = {
-    "/dev/ipmc_", "/dev/i2c-", "/dev/rtc", "/dev/spear_adc", "/dev/spi", "/dev/ttyS", "/dev/mtd",
-};
-constexpr std::string_view board_trees[] = {Gpio::root, Modules::root};
 
 // Slave addresses in 7-bit form.
 constexpr uint8_t eeprom_address = 0xA0 >> 1;
@@ -37,6 +32,23 @@ std::vector<uint8_t> bytes_of(const void *data, size_t count)
     const auto *bytes = static_cast<const uint8_t *>(data);
     return {bytes, bytes + count};
 }
+
+// The controller's flash, by number; the BIOS flash comes after it.
+constexpr std::array<const char *, 6> partition_labels = {
+    "boot", "boot-spare", "environment", "kernel", "filesystem", "data",
+};
+constexpr unsigned environment_number = 2;
+constexpr unsigned bios_number = 6;
+
+std::string label_of(unsigned number)
+{
+    return number < partition_labels.size() ? partition_labels[number]
+                                            : "part" + std::to_string(number);
+}
+
+// The lines of the kernel's list of buses.
+constexpr char i2c_buses[] =
+    "i2c-0\tsmbus     \tboard I2C controller            \tNon-I2C SMBus adapter           \n";
 
 // Input of the controller that tells that the FPGA has started.
 constexpr int fpga_done_line = 96;
@@ -58,12 +70,13 @@ uint32_t sum(const std::vector<uint32_t> &sizes)
 } // namespace
 
 Board::Board(const Personality &personality, Clock::Mode mode)
-    : clock(mode), cpld_(std::make_shared<Cpld>()), fpga_(std::make_shared<Fpga>(clock)),
-      host_(std::make_unique<Host>(clock, *cpld_, *fpga_)), ipmb_(*fpga_), sol_(clock, *fpga_),
-      black_box_(*fpga_), rtc_(std::make_shared<Rtc>(clock)), adc_(std::make_shared<Adc>(0)),
+    : clock(mode), personality_(personality), cpld_(std::make_shared<Cpld>()),
+      fpga_(std::make_shared<Fpga>(clock)), host_(std::make_unique<Host>(clock, *cpld_, *fpga_)),
+      ipmb_(*fpga_), sol_(clock, *fpga_), black_box_(*fpga_), rtc_(std::make_shared<Rtc>(clock)),
+      adc_(std::make_shared<Adc>(0)),
       spi_(std::make_shared<Spi>([this](bool level) { gpio_.line(fpga_done_line).level = level; })),
-      uart_(std::make_shared<Uart>(0)), wall_clock_(clock), cpus_(*cpld_), disks_(clock, *cpld_),
-      leds_(*cpld_), bios_switch_(*cpld_), slot_(*fpga_),
+      uart_(std::make_shared<Uart>(0)), serial_switch_(*cpld_, *uart_), wall_clock_(clock),
+      cpus_(*cpld_), disks_(clock, *cpld_), leds_(*cpld_), bios_switch_(*cpld_), slot_(*fpga_),
       fpga_i2c_(*fpga_, clock, {&i2c_[0], &i2c_[1]}), raid_expander_(std::make_shared<Pca9555>()),
       inlet_sensor_(std::make_shared<TemperatureSensor>()),
       peci_bridge_(std::make_shared<PeciBridge>()),
@@ -87,7 +100,9 @@ Board::Board(const Personality &personality, Clock::Mode mode)
     fit(personality);
     attach("/dev/ipmc_cpld", cpld_);
     attach("/dev/ipmc_fpga", fpga_);
-    attach("/dev/rtc", rtc_);
+    for (const char *name : {"/dev/rtc", "/dev/rtc0"}) { // the first is a link to the second
+        attach(name, rtc_);
+    }
     attach("/dev/spear_adc0", adc_);
     attach("/dev/spi", spi_);
     attach("/dev/ttyS0", uart_);
@@ -99,17 +114,22 @@ Board::Board(const Personality &personality, Clock::Mode mode)
     attach("/dev/i2c-0", std::make_shared<I2cDev>("i2c-0", 0, i2c_[2]));
     attach("/dev/mtdblock2", environment_);
     attach_flash(personality.flash);
+    attach("/proc/mtd", std::make_shared<TextList>("mtd-list", [this] { return list_flash(); }));
+    attach("/proc/bus/i2c", std::make_shared<TextList>("i2c-list", [] { return i2c_buses; }));
 }
 
 void Board::attach_flash(const FlashLayout &layout)
 {
     uint32_t offset = 0;
-    for (size_t number = 0; number < layout.partitions.size(); ++number) {
-        const MtdDevice::Partition partition = {offset, layout.partitions[number]};
-        const std::string name = "mtd" + std::to_string(number);
-        const auto device = std::make_shared<MtdDevice>(name, flash_, partition);
+    for (unsigned number = 0; number < layout.partitions.size(); ++number) {
+        const MtdDevice::Partition partition = {offset, layout.partitions[number],
+                                                label_of(number)};
+        const auto device = std::make_shared<MtdDevice>(number, flash_, partition);
         device->check_access(layout.checks_access);
-        attach("/dev/" + name, device);
+        attach("/dev/" + device->name(), device);
+        if (number == environment_number && partition.size >= EnvironmentPartition::size) {
+            environment_->lie_in(flash_, offset);
+        }
         offset += partition.size;
     }
     // The driver finds the chip whoever owns it; the chip hears the controller
@@ -117,10 +137,23 @@ void Board::attach_flash(const FlashLayout &layout)
     const auto wired = [this] { return bios_switch_.owner() == BiosSwitch::Owner::controller; };
     bios_flash_.wire_protect([this] { return bios_switch_.write_protected(); });
     const auto bios = std::make_shared<MtdDevice>(
-        "mtd6", bios_flash_, MtdDevice::Partition{0, bios_flash_.geometry().size}, wired);
+        bios_number, bios_flash_, MtdDevice::Partition{0, bios_flash_.geometry().size, "bios"},
+        wired);
     bios->check_access(layout.checks_access);
     modules_.add(
         "m25p80", [this, bios] { attach("/dev/mtd6", bios); }, [this] { detach("/dev/mtd6"); });
+}
+
+std::string Board::list_flash() const
+{
+    std::string lines = "dev:    size   erasesize  name\n";
+    for (const auto &[path, device] : nodes_) {
+        const auto *part = dynamic_cast<const MtdDevice *>(device.get());
+        if (part != nullptr && !gone_.contains(part->name())) {
+            lines += part->listing();
+        }
+    }
+    return lines;
 }
 
 Board::~Board() = default;
@@ -165,12 +198,18 @@ void Board::plug_chips()
 {
     for (const unsigned channel : {0U, 2U}) {
         eeproms_[channel] = std::make_shared<Eeprom24c>(clock);
-        i2c_[channel].plug(eeprom_address, eeproms_[channel]);
     }
-    i2c_[1].plug(peci_bridge_address, peci_bridge_);
     raid_expander_->set_input(0, raid_card_straps);
-    i2c_[2].plug(raid_expander_address, raid_expander_);
-    i2c_[2].plug(inlet_sensor_address, inlet_sensor_);
+    chips_ = {
+        {"eeprom.0", 0, eeprom_address, eeproms_[0]},
+        {"eeprom.2", 2, eeprom_address, eeproms_[2]},
+        {"peci_bridge", 1, peci_bridge_address, peci_bridge_},
+        {"raid_expander", 2, raid_expander_address, raid_expander_},
+        {"inlet_sensor", 2, inlet_sensor_address, inlet_sensor_},
+    };
+    for (const BoardChip &one : chips_) {
+        i2c_[one.channel].plug(one.address, one.chip);
+    }
 }
 
 I2cBus &Board::i2c(unsigned channel)
@@ -187,13 +226,6 @@ void Board::attach(const std::string &path, std::shared_ptr<Device> device)
 {
     gone_.erase(device->name());
     nodes_[path] = std::move(device);
-}
-
-bool Board::owns(std::string_view path)
-{
-    const auto begins = [path](std::string_view prefix) { return path.starts_with(prefix); };
-    return std::any_of(std::begin(board_devices), std::end(board_devices), begins) ||
-           std::any_of(std::begin(board_trees), std::end(board_trees), begins);
 }
 
 std::shared_ptr<Device> Board::find(std::string_view path)
@@ -260,6 +292,8 @@ long Board::open(const std::string &path, int flags, std::shared_ptr<OpenFile> &
     const long result = fault != nullptr ? refusal(*fault) : opened->device->open(*opened);
     if (result >= 0) {
         ++open_files_;
+        ++open_paths_[path];
+        opened->real_node = opened->device->real_path();
         file = std::move(opened);
     }
     return finish(std::move(event), result);
@@ -271,6 +305,7 @@ long Board::close(OpenFile &file)
     synchronise();
     file.device->release(file);
     --open_files_;
+    --open_paths_[file.path];
     return finish(event(Operation::close, file, 0, 0), 0);
 }
 
@@ -309,7 +344,7 @@ long Board::move(OpenFile &file, Event &event, const Fault *fault, size_t count,
         return result;
     }
     case Fault::Kind::delay:
-        clock.advance_us(static_cast<uint64_t>(fault->value));
+        clock.wait_us(static_cast<uint64_t>(fault->value));
         return transfer(count);
     }
     return -EIO;
@@ -346,6 +381,20 @@ long Board::write(OpenFile &file, const void *buffer, size_t count)
         return file.device->write(file, buffer, allowed);
     });
     return finish(std::move(event), result);
+}
+
+long Board::pread(OpenFile &file, void *buffer, size_t count, long long offset)
+{
+    OpenFile elsewhere = file;
+    elsewhere.offset = offset;
+    return read(elsewhere, buffer, count);
+}
+
+long Board::pwrite(OpenFile &file, const void *buffer, size_t count, long long offset)
+{
+    OpenFile elsewhere = file;
+    elsewhere.offset = offset;
+    return write(elsewhere, buffer, count);
 }
 
 long Board::pass(OpenFile &file, Operation operation, uint32_t address, uint64_t count,
@@ -508,6 +557,33 @@ void Board::find_stores()
     cpld_->find_stores([this](uint32_t offset, uint8_t before) { stored(offset, before); });
 }
 
+std::vector<uint8_t> Board::registers()
+{
+    const std::lock_guard guard(lock_);
+    std::vector<uint8_t> all(CPLD_WINDOW_SIZE);
+    for (uint32_t offset = 0; offset < all.size(); ++offset) {
+        all[offset] = cpld_->get(offset);
+    }
+    return all;
+}
+
+// What follows from the load comes after it.
+std::vector<uint8_t> Board::load(uint32_t offset)
+{
+    const std::lock_guard guard(lock_);
+    std::vector<uint8_t> seen = registers();
+    loaded(offset);
+    return seen;
+}
+
+void Board::store(uint32_t offset, uint8_t value)
+{
+    const std::lock_guard guard(lock_);
+    const uint8_t before = cpld_->get(offset);
+    cpld_->set(offset, value);
+    stored(offset, before);
+}
+
 void Board::slept(uint64_t duration_us)
 {
     const std::lock_guard guard(lock_);
@@ -528,7 +604,8 @@ int Board::run(const std::vector<std::string> &command, const std::function<int(
     const Fault *fault = faults.strike(event.device, Operation::run, 0);
     if (fault != nullptr) {
         const bool started = fault->kind != Fault::Kind::error;
-        return static_cast<int>(finish(std::move(event), started ? fault->value : -1));
+        return static_cast<int>(
+            finish(std::move(event), started ? static_cast<long>(fault->value) : -1));
     }
     if (Modules::owns(command)) {
         // A wait status carries the exit code in its second byte.
@@ -554,6 +631,13 @@ long Board::set_time(const timeval *time, const struct timezone *zone)
     const Fault *fault = faults.strike(event.device, Operation::set_time, 0);
     return finish(std::move(event), fault != nullptr ? -static_cast<long>(fault->value)
                                                      : wall_clock_.set(time, zone));
+}
+
+std::map<std::string, size_t> Board::open_paths() const
+{
+    std::map<std::string, size_t> open = open_paths_;
+    std::erase_if(open, [](const auto &path) { return path.second == 0; });
+    return open;
 }
 
 void Board::synchronise()

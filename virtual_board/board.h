@@ -8,6 +8,7 @@
 #include <sys/stat.h>
 
 #include <array>
+#include <atomic>
 #include <functional>
 #include <map>
 #include <memory>
@@ -23,6 +24,7 @@
 #include "virtual_board/adc.h"
 #include "virtual_board/bios_switch.h"
 #include "virtual_board/black_box.h"
+#include "virtual_board/bus.h"
 #include "virtual_board/chips/eeprom_24c.h"
 #include "virtual_board/chips/pca9555.h"
 #include "virtual_board/chips/peci_bridge.h"
@@ -47,6 +49,7 @@
 #include "virtual_board/nor_flash.h"
 #include "virtual_board/personality.h"
 #include "virtual_board/rtc.h"
+#include "virtual_board/serial_switch.h"
 #include "virtual_board/slot.h"
 #include "virtual_board/sol.h"
 #include "virtual_board/spi.h"
@@ -56,11 +59,11 @@
 
 namespace virtual_board {
 
-class Board {
+class Board : public Bus {
 public:
     explicit Board(const Personality &personality = {},
                    Clock::Mode mode = Clock::Mode::virtual_time);
-    ~Board();
+    ~Board() override;
 
     Board(const Board &) = delete;
     Board &operator=(const Board &) = delete;
@@ -81,6 +84,7 @@ public:
     Adc &adc() { return *adc_; }
     Spi &spi() { return *spi_; }
     Uart &uart() { return *uart_; }
+    SerialSwitch &serial_switch() { return serial_switch_; }
     Modules &modules() { return modules_; }
     WallClock &wall_clock() { return wall_clock_; }
     Cpus &cpus() { return cpus_; }
@@ -101,10 +105,29 @@ public:
     NorFlash &bios_flash() { return bios_flash_; }
     NetworkPort &network() { return network_; }
 
+    const Personality &personality() const { return personality_; }
+
+    // The chips that this kind of board is built with, plugged in or not.
+    struct BoardChip {
+        std::string name;
+        unsigned channel;
+        uint8_t address;
+        std::shared_ptr<I2cChip> chip;
+    };
+    const std::vector<BoardChip> &chips() const { return chips_; }
+
     // Puts a device at a path, or takes it away.
     void attach(const std::string &path, std::shared_ptr<Device> device);
     void detach(const std::string &path) { nodes_.erase(path); }
 
+    // The window and its registers as a program in another process has them
+    // accessed: at once, with what follows from it.
+    std::vector<uint8_t> registers();
+    std::vector<uint8_t> load(uint32_t offset);
+    void store(uint32_t offset, uint8_t value);
+
+    // While this is held, the board stands still for everyone else.
+    std::unique_lock<std::recursive_mutex> hold() { return std::unique_lock(lock_); }
     // Runs a piece of the backend with the board standing still.
     template <typename Action> auto act(Action &&action)
     {
@@ -112,62 +135,53 @@ public:
         return std::forward<Action>(action)();
     }
 
-    // Bus face: what the shim calls. Results are a driver's (see Device).
-
-    // Whether the path is in the board's name space: no such path ever reaches
-    // the machine that the board runs on.
-    static bool owns(std::string_view path);
-    long open(const std::string &path, int flags, std::shared_ptr<OpenFile> &file);
-    long close(OpenFile &file);
-    long read(OpenFile &file, void *buffer, size_t count);
-    long write(OpenFile &file, const void *buffer, size_t count);
-    // A call on a device with a real node behind it: `transfer` makes it, without
-    // the board's lock, because it may wait. A fault here is an error or, of any
-    // other kind, a result.
+    // Bus face: what the shim calls, each with the board's lock held; real calls
+    // and programs run without it, because they may wait.
+    long open(const std::string &path, int flags, std::shared_ptr<OpenFile> &file) override;
+    long close(OpenFile &file) override;
+    long read(OpenFile &file, void *buffer, size_t count) override;
+    long write(OpenFile &file, const void *buffer, size_t count) override;
+    long pread(OpenFile &file, void *buffer, size_t count, long long offset) override;
+    long pwrite(OpenFile &file, const void *buffer, size_t count, long long offset) override;
     long pass(OpenFile &file, Operation operation, uint32_t address, uint64_t count,
-              const std::function<long()> &transfer);
-    long ioctl(OpenFile &file, uint32_t request, void *argument);
-    long long seek(OpenFile &file, long long offset, int whence);
-    long map(OpenFile &file, size_t length, Mapping &mapping);
-    void unmapped(const std::string &device, size_t length);
-    // Where in the program a device's memory lies, and that it goes. Of the
-    // program's other memory the board knows nothing.
-    void mapped_at(const void *address, const OpenFile &file);
-    void unmapped_at(const void *address, size_t length);
-    long status(const std::string &path, struct stat &status);
-    long status(const OpenFile &file, struct stat &status);
-    // A control socket for the network port; the result is 0 or an error.
-    long control_socket();
-    long ethtool(void *record);
-    // Whether each load and store of a mapped register is reported; if not, the
-    // board looks for changes whenever it is synchronised.
-    void stores_are_watched(bool watched) { stores_are_watched_ = watched; }
-    // A load or a store of a mapped register, as it happens.
-    void loaded(uint32_t offset);
-    void stored(uint32_t offset, uint8_t before);
-    // Finds stores that were not reported one by one.
-    void find_stores();
-    // A sleep; in real time the caller has slept.
-    void slept(uint64_t duration_us);
-    // A program that is started: the board's own runs here, others through
-    // `really`. The result is a wait status, or -1 if it cannot be started.
-    int run(const std::vector<std::string> &command, const std::function<int()> &really);
-    long get_time(timeval *time, struct timezone *zone);
-    long set_time(const timeval *time, const struct timezone *zone);
-    // Finds unwatched stores and runs what is due; called between the program's
-    // accesses.
-    void synchronise();
+              const std::function<long()> &transfer) override;
+    long ioctl(OpenFile &file, uint32_t request, void *argument) override;
+    long long seek(OpenFile &file, long long offset, int whence) override;
+    long status(const std::string &path, struct stat &status) override;
+    long status(const OpenFile &file, struct stat &status) override;
+    void stores_are_watched(bool watched) override { stores_are_watched_ = watched; }
+    long map(OpenFile &file, size_t length, Mapping &mapping) override;
+    void unmapped(const std::string &device, size_t length) override;
+    void mapped_at(const void *address, const OpenFile &file) override;
+    void unmapped_at(const void *address, size_t length) override;
+    void loaded(uint32_t offset) override;
+    void stored(uint32_t offset, uint8_t before) override;
+    void find_stores() override;
+    void synchronise() override;
+    const std::string &network_port() const override { return network_.name(); }
+    long control_socket() override;
+    long ethtool(void *record) override;
+    bool time_is_virtual() const override { return clock.mode() == Clock::Mode::virtual_time; }
+    void slept(uint64_t duration_us) override;
+    long get_time(timeval *time, struct timezone *zone) override;
+    long set_time(const timeval *time, const struct timezone *zone) override;
+    int run(const std::vector<std::string> &command, const std::function<int()> &really) override;
+    // The board's lock is held over a fork. The child's is made anew, since the
+    // owner's thread has another number there.
+    void before_fork() override;
+    void after_fork_in_parent() override;
+    void after_fork_in_child() override;
+
     // Takes note of something that is no access, such as a lock.
     void note(Operation operation, std::string device);
 
     // Opens not yet closed.
     size_t open_files() const { return open_files_; }
-
-    // For fork: the board's lock is held over it and free in both processes. The
-    // child's is made anew, since the owner's thread has another number there.
-    void before_fork();
-    void after_fork_in_parent();
-    void after_fork_in_child();
+    std::map<std::string, size_t> open_paths() const;
+    const std::map<std::string, std::shared_ptr<Device>, std::less<>> &nodes() const
+    {
+        return nodes_;
+    }
 
 private:
     void fit(const Personality &personality);
@@ -177,12 +191,14 @@ private:
     Event event(Operation operation, const OpenFile &file, uint32_t address, uint64_t count) const;
     long finish(Event &&event, long result);
     void attach_flash(const FlashLayout &layout);
+    std::string list_flash() const;
     long status_of(const Device &device, struct stat &status);
     const Fault *strike(const Event &event, std::optional<uint64_t> place = {});
     long move(OpenFile &file, Event &event, const Fault *fault, size_t count, void *answer,
               const std::function<long(size_t)> &transfer);
 
     std::recursive_mutex lock_;
+    const Personality personality_;
     std::shared_ptr<Cpld> cpld_;
     std::shared_ptr<Fpga> fpga_;
     std::shared_ptr<EnvironmentPartition> environment_ = std::make_shared<EnvironmentPartition>();
@@ -195,6 +211,7 @@ private:
     std::shared_ptr<Adc> adc_;
     std::shared_ptr<Spi> spi_;
     std::shared_ptr<Uart> uart_;
+    SerialSwitch serial_switch_;
     Modules modules_;
     WallClock wall_clock_;
     Cpus cpus_;
@@ -208,6 +225,7 @@ private:
     std::shared_ptr<TemperatureSensor> inlet_sensor_;
     std::shared_ptr<PeciBridge> peci_bridge_;
     std::map<unsigned, std::shared_ptr<Eeprom24c>> eeproms_; // by channel
+    std::vector<BoardChip> chips_;
     NorFlash flash_;
     NorFlash bios_flash_;
     NetworkPort network_;
@@ -215,7 +233,8 @@ private:
     std::set<std::string, std::less<>> gone_; // devices that a fault took away
     std::map<const void *, std::shared_ptr<Device>> mappings_;
     size_t open_files_ = 0;
-    bool stores_are_watched_ = false;
+    std::map<std::string, size_t> open_paths_;
+    std::atomic<bool> stores_are_watched_ = false; // told at each mapping, without the lock
 };
 
 } // namespace virtual_board

@@ -9,28 +9,15 @@ namespace virtual_board {
 
 namespace {
 
-// Record: length of the program (4 bytes), kind, three zeros, program, trailer.
-constexpr uint32_t header_size = 8;
-constexpr uint32_t area_size = 524288;
 constexpr uint8_t kind_built_in = 0x81;
 constexpr uint8_t kind_file = 0x83;
 
-// Every CPLD but one takes a trailer of zero, mark and its number.
 constexpr uint8_t trailer_mark = 0x43;
-constexpr uint8_t component_with_value = 6;
-constexpr size_t trailer_size = 3;
-constexpr size_t long_trailer_size = 5;
 
 constexpr uint8_t program_start = 0x65;
 constexpr uint8_t program_end = 0x7F;
 constexpr size_t version_at = 3;
 constexpr std::string_view version = "____12.1";
-
-uint32_t length_of(const uint8_t *record)
-{
-    return record[0] | uint32_t{record[1]} << 8 | uint32_t{record[2]} << 16 |
-           uint32_t{record[3]} << 24;
-}
 
 bool is_program(const std::vector<uint8_t> &code)
 {
@@ -42,7 +29,7 @@ bool is_program(const std::vector<uint8_t> &code)
 bool is_trailer(const CpldProgrammer::Load &load)
 {
     std::vector<uint8_t> expected = {0, trailer_mark, load.component};
-    if (load.component == component_with_value) {
+    if (load.component == CpldProgrammer::component_with_value) {
         expected.insert(expected.end(), {0x00, 0xFC});
     }
     return load.trailer == expected;
@@ -67,13 +54,19 @@ std::string complaint_about(const uint8_t *record, const CpldProgrammer::Load &l
 
 } // namespace
 
+uint32_t CpldProgrammer::program_length(const uint8_t *record)
+{
+    return record[0] | uint32_t{record[1]} << 8 | uint32_t{record[2]} << 16 |
+           uint32_t{record[3]} << 24;
+}
+
 long CpldProgrammer::run(uint32_t request, const void *argument)
 {
     const auto *record = static_cast<const uint8_t *>(argument);
     Load load;
     load.request = request;
     load.kind = record[4];
-    const uint32_t length = length_of(record);
+    const uint32_t length = program_length(record);
     if (length > area_size - trailer_size) {
         load.complaint = "program longer than the record";
     } else {

@@ -2,6 +2,7 @@
 #ifndef VIRTUAL_BOARD_CPLD_PROGRAMMER_H
 #define VIRTUAL_BOARD_CPLD_PROGRAMMER_H
 
+#include <stddef.h>
 #include <stdint.h>
 
 #include <string>
@@ -14,6 +15,15 @@ class CpldProgrammer {
 public:
     static constexpr uint32_t run_load_record = 0x40046B01;
     static constexpr uint32_t run_command_record = 0x40046B02;
+
+    // A record is the length of the program, its kind, the program and a trailer:
+    // zero, mark and the CPLD's number. One CPLD takes a value after it.
+    static constexpr size_t header_size = 8;
+    static constexpr size_t area_size = 524288; // program and trailer
+    static constexpr size_t trailer_size = 3;
+    static constexpr size_t long_trailer_size = 5;
+    static constexpr uint8_t component_with_value = 6;
+    static uint32_t program_length(const uint8_t *record);
 
     struct Load {
         uint32_t request = 0;

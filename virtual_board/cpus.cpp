@@ -84,6 +84,15 @@ Bit bit_of(unsigned socket, CpuLine line)
     throw std::invalid_argument("no such socket or line");
 }
 
+Bit memory_event_bit(unsigned group, unsigned item)
+{
+    if (group > 1 || item > 7) {
+        throw std::invalid_argument("no such memory event");
+    }
+    require(memory_events[group][item], "no such memory event");
+    return memory_events[group][item];
+}
+
 } // namespace
 
 Cpus::Cpus(Cpld &cpld) : cpld_(cpld)
@@ -145,13 +154,15 @@ void Cpus::release(unsigned socket, CpuLine line)
     cpld_.clear_bits(bit.offset, bit.mask);
 }
 
+bool Cpus::memory_event(unsigned group, unsigned item) const
+{
+    const Bit bit = memory_event_bit(group, item);
+    return (cpld_.get(bit.offset) & bit.mask) != 0;
+}
+
 void Cpus::set_memory_event(unsigned group, unsigned item, bool active)
 {
-    if (group > 1 || item > 7) {
-        throw std::invalid_argument("no such memory event");
-    }
-    const Bit bit = memory_events[group][item];
-    require(bit, "no such memory event");
+    const Bit bit = memory_event_bit(group, item);
     active ? cpld_.set_bits(bit.offset, bit.mask) : cpld_.clear_bits(bit.offset, bit.mask);
 }
 

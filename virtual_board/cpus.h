@@ -48,6 +48,7 @@ public:
     // Memory events of items 0 to 7 of group 0, and of the even (0) or odd (1)
     // items of group 1.
     void set_memory_event(unsigned group, unsigned item, bool active);
+    bool memory_event(unsigned group, unsigned item) const;
     // Level of one of the five hot-control outputs that programs drive.
     bool hot_control(unsigned output) const;
 

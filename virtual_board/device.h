@@ -14,24 +14,9 @@
 #include <string>
 #include <vector>
 
+#include "virtual_board/open_file.h"
+
 namespace virtual_board {
-
-class Device;
-
-// One open of a node.
-struct OpenFile {
-    std::string path;
-    int flags = 0;
-    long long offset = 0;
-    std::shared_ptr<Device> device;
-};
-
-// Memory that a device maps into the program.
-struct Mapping {
-    int descriptor = -1;                          // shared memory object to map
-    bool watched = false;                         // the device wants to see each load and store
-    std::optional<uintptr_t> forced_address = {}; // a fault: answered instead of a mapping
-};
 
 // Results are those of a Linux driver: a negative errno, or what the system
 // call returns. The shim turns them into errno and -1; everything else, such as

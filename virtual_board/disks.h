@@ -41,6 +41,8 @@ public:
     void flicker_by_load(unsigned bay, bool on);
     // V changes each time so much has passed on the board's clock; 0 stops it.
     void flicker_by_time(unsigned bay, uint64_t period_us);
+    bool flickers_by_load(unsigned bay) const { return flickers_.at(bay).by_load; }
+    uint64_t flicker_period_us(unsigned bay) const { return flickers_.at(bay).period_us; }
 
 private:
     void toggle(unsigned bay);

@@ -64,12 +64,27 @@ EnvironmentPartition::~EnvironmentPartition()
 
 EnvironmentPartition::Bytes EnvironmentPartition::bytes() const
 {
-    return contents(flash_);
+    if (chip_ == nullptr) {
+        return contents(flash_);
+    }
+    const auto first = chip_->contents().begin() + chip_offset_;
+    return {first, first + size};
 }
 
 void EnvironmentPartition::set_bytes(const Bytes &bytes)
 {
-    fill(flash_, bytes);
+    if (chip_ == nullptr) {
+        fill(flash_, bytes);
+    } else {
+        chip_->put(chip_offset_, bytes);
+    }
+}
+
+void EnvironmentPartition::lie_in(NorFlash &chip, uint32_t offset)
+{
+    chip_ = &chip;
+    chip_offset_ = offset;
+    chip.comes_with_zeros(offset, size); // no variables, no checksum
 }
 
 void EnvironmentPartition::back_with(const std::string &file)
@@ -80,6 +95,7 @@ void EnvironmentPartition::back_with(const std::string &file)
     }
     ::close(flash_);
     flash_ = descriptor;
+    chip_ = nullptr;
 }
 
 void EnvironmentPartition::cut_power_after(size_t bytes, Medium medium)
@@ -90,8 +106,8 @@ void EnvironmentPartition::cut_power_after(size_t bytes, Medium medium)
 void EnvironmentPartition::write_back()
 {
     const Bytes fresh = contents(cache_);
-    Bytes flash = contents(flash_);
-    if (fresh == flash) {
+    Bytes flash = bytes();
+    if (fresh == flash || !powered_) {
         return; // clean pages are not written
     }
     ++write_backs_;
@@ -100,10 +116,13 @@ void EnvironmentPartition::write_back()
     }
     const size_t written = cut_ ? cut_->after : size;
     std::copy_n(fresh.begin(), written, flash.begin());
-    fill(flash_, flash);
+    set_bytes(flash);
     if (cut_) {
         fill(cache_, flash); // the cache is lost with the power
         cut_.reset();
+        if (power_failure_) {
+            power_failure_();
+        }
     }
 }
 
@@ -111,7 +130,7 @@ long EnvironmentPartition::open(OpenFile &)
 {
     ++opens_;
     if (users_++ == 0) {
-        fill(cache_, contents(flash_));
+        fill(cache_, bytes());
     }
     return 0;
 }
@@ -125,7 +144,7 @@ void EnvironmentPartition::release(OpenFile &)
 
 long EnvironmentPartition::read(OpenFile &file, void *buffer, size_t count)
 {
-    const ssize_t moved = pread(cache_, buffer, room(file, count), file.offset);
+    const ssize_t moved = pread(cache_, buffer, room(file, count), static_cast<off_t>(file.offset));
     file.offset += std::max<ssize_t>(moved, 0);
     return moved < 0 ? -errno : moved;
 }
@@ -136,7 +155,7 @@ long EnvironmentPartition::write(OpenFile &file, const void *buffer, size_t coun
     if (allowed == 0 && count > 0) {
         return -ENOSPC;
     }
-    const ssize_t moved = pwrite(cache_, buffer, allowed, file.offset);
+    const ssize_t moved = pwrite(cache_, buffer, allowed, static_cast<off_t>(file.offset));
     file.offset += std::max<ssize_t>(moved, 0);
     return moved < 0 ? -errno : moved;
 }

@@ -6,11 +6,14 @@
 #include <stddef.h>
 #include <stdint.h>
 
+#include <functional>
 #include <optional>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "virtual_board/device.h"
+#include "virtual_board/nor_flash.h"
 
 namespace virtual_board {
 
@@ -36,12 +39,18 @@ public:
     // does not see what is set here.
     Bytes bytes() const;
     void set_bytes(const Bytes &bytes);
+    // The bytes are a part of that chip, which others see too.
+    void lie_in(NorFlash &chip, uint32_t offset);
     // The flash is a plain file from now on, with what the file holds; a file
     // that is too short ends in erased bytes. Real tools work on the same file.
     void back_with(const std::string &file);
     // Power fails at the next write-back, after that many bytes. It comes back by
     // itself: whoever opens the device next finds what the flash then holds.
     void cut_power_after(size_t bytes, Medium medium);
+    // Power fails for good: nothing reaches the flash any more.
+    void cut_power() { powered_ = false; }
+    // Called when the power fails amid a write-back.
+    void on_power_failure(std::function<void()> told) { power_failure_ = std::move(told); }
 
     size_t opens() const { return opens_; }
     size_t maps() const { return maps_; }
@@ -67,8 +76,12 @@ private:
     void write_back();
 
     int flash_;
+    NorFlash *chip_ = nullptr; // holds the bytes instead
+    uint32_t chip_offset_ = 0;
     int cache_;
+    bool powered_ = true;
     std::optional<PowerCut> cut_;
+    std::function<void()> power_failure_;
     size_t users_ = 0;
     size_t opens_ = 0;
     size_t maps_ = 0;

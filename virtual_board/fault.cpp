@@ -2,6 +2,13 @@
 
 namespace virtual_board {
 
+const char *to_string(Fault::Kind kind)
+{
+    static constexpr const char *names[] = {"error", "result",   "late_result", "short_count",
+                                            "lie",   "bit_flip", "delay",       "vanish"};
+    return names[static_cast<size_t>(kind)];
+}
+
 Fault &FaultPlan::add(Fault fault)
 {
     faults_.push_back(std::move(fault));

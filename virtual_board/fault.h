@@ -38,6 +38,8 @@ struct Fault {
     unsigned hits = 0;         // counts how often it struck
 };
 
+const char *to_string(Fault::Kind kind);
+
 // The faults of a board. The same seed and the same calls give the same hits.
 class FaultPlan {
 public:

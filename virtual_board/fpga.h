@@ -47,6 +47,9 @@ public:
     std::optional<uint8_t> communication_state() const { return communication_state_; }
     uint32_t get_register(uint16_t address);
     void set_register(uint16_t address, uint32_t value) { registers_[address] = value; }
+    // The registers that somebody has touched and no block has taken over.
+    const std::map<uint16_t, uint32_t> &plain_registers() const { return registers_; }
+    bool is_plain(uint16_t address) const { return !register_handlers_.contains(address); }
     std::array<uint8_t, ram_size> &ram() { return ram_; }
     bool watchdog_running() const { return watchdog_running_; }
     unsigned watchdog_kicks() const { return watchdog_kicks_; }

@@ -28,6 +28,8 @@ public:
     bool exported(int line) const { return lines_.count(line) != 0; }
     // The state of a line; it need not be exported.
     Line &line(int number) { return states_[number]; }
+    // The lines that anybody has touched.
+    const std::map<int, Line> &lines() const { return states_; }
     // Takes the whole sysfs tree away, as on a kernel without it.
     void remove() { present_ = false; }
 

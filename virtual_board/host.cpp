@@ -74,10 +74,19 @@ void Host::watch_button(uint8_t before, uint8_t after)
         release();
     }
     // The host leaves reset when its line is released.
-    if (falls(before, after, CPLD_COMPONENT_RESET_0) && powered()) {
-        ++counters_.resets;
-        tell("reset");
+    if (falls(before, after, CPLD_COMPONENT_RESET_0)) {
+        reset();
     }
+}
+
+bool Host::reset()
+{
+    if (!powered()) {
+        return false;
+    }
+    ++counters_.resets;
+    tell("reset");
+    return true;
 }
 
 void Host::watch_chipset(uint8_t before, uint8_t after)

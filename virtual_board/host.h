@@ -38,6 +38,8 @@ public:
     bool powered() const;
     // Power comes or goes by itself: the power cord, a wake-up, a crash.
     void set_power(bool on);
+    // The host starts over by itself; false if it is off.
+    bool reset();
     const Counters &counters() const { return counters_; }
     // How long the button was held at the last effective press.
     uint64_t last_press_us() const { return last_press_us_; }

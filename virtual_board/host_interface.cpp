@@ -32,6 +32,23 @@ void HostInterface::send(Message request)
     requests_.push_back(std::move(request));
 }
 
+bool HostInterface::withdraw(const Message &request)
+{
+    // The latest of several equal ones: those before it have waited longer.
+    const auto found = std::find(requests_.rbegin(), requests_.rend(), request);
+    if (found == requests_.rend()) {
+        return false;
+    }
+    requests_.erase(std::next(found).base());
+    return true;
+}
+
+unsigned HostInterface::listen(AnswerObserver listener)
+{
+    listeners_[++last_listener_] = std::move(listener);
+    return last_listener_;
+}
+
 uint8_t HostInterface::status() const
 {
     if (never_idle_) {
@@ -71,9 +88,12 @@ long HostInterface::give_answer(const uint8_t *record, size_t count)
     }
     const size_t length = std::min<size_t>(record[1], count - 2);
     answers_.emplace_back(record + 2, record + 2 + length);
+    // By value: the observer may send the next request, or hang up.
+    const Message answer = answers_.back();
+    for (const auto &[number, listener] : listeners_) {
+        listener(answer);
+    }
     if (observer_) {
-        // By value: the observer may send the next request, or hang up.
-        const Message answer = answers_.back();
         observer_(answer);
     }
     return static_cast<long>(count);

@@ -1,5 +1,7 @@
 #include "virtual_board/host_script.h"
 
+#include <termios.h>
+
 #include <algorithm>
 #include <charconv>
 #include <sstream>
@@ -17,6 +19,13 @@ constexpr uint64_t breath_us = 60000;
 // trying; the same time is allowed for an answer.
 constexpr uint64_t retry_us = 10000;
 constexpr uint64_t patience_us = 10000000;
+
+// Fetches of the black box have ended when so many looks saw no further one.
+constexpr unsigned quiet_looks_enough = 30;
+// So much of the console's end goes into the black box.
+constexpr size_t last_words_max = 2048;
+
+constexpr uint32_t base_rate = 115200;
 
 constexpr int any_byte = -1;
 
@@ -59,6 +68,39 @@ uint64_t time_of(const std::string &word)
         throw Complaint("\"" + word + "\" is no time like 200ms or 5s");
     }
     return number * (in_ms ? uint64_t{1000} : uint64_t{1000000});
+}
+
+struct RateSpeed {
+    uint32_t rate;
+    speed_t speed;
+};
+
+constexpr RateSpeed rate_speeds[] = {
+    {2400, B2400},   {4800, B4800},   {9600, B9600},     {19200, B19200},
+    {38400, B38400}, {57600, B57600}, {115200, B115200},
+};
+
+speed_t speed_of(uint32_t rate)
+{
+    for (const RateSpeed &row : rate_speeds) {
+        if (row.rate == rate) {
+            return row.speed;
+        }
+    }
+    return B0;
+}
+
+// Takes a line out of what was received; false if there is none yet.
+bool take_line(std::string &received, std::string &line)
+{
+    received.erase(0, received.find_first_not_of("\r\n"));
+    const size_t end = received.find_first_of("\r\n");
+    if (end == std::string::npos) {
+        return false;
+    }
+    line = received.substr(0, end);
+    received.erase(0, end);
+    return true;
 }
 
 std::string joined(const Words &words, size_t from)
@@ -123,6 +165,45 @@ void parse_wait(const Words &words, Statement &statement)
     statement.time_us = time_of(words[3]);
 }
 
+// A line as it is written, blanks and all.
+void parse_line(const Words &words, Statement &statement)
+{
+    require(words.size() > 1, "a text is missing");
+    const size_t begin = statement.whole.find_first_not_of(" \t", words[0].size());
+    const size_t end = statement.whole.find_last_not_of(" \t\r");
+    statement.text = statement.whole.substr(begin, end + 1 - begin);
+}
+
+uint32_t number_of(const std::string &word)
+{
+    uint32_t number = 0;
+    if (!parse_number(word, word.size(), 10, number)) {
+        throw Complaint("\"" + word + "\" is no number");
+    }
+    return number;
+}
+
+void parse_divisor(const Words &words, Statement &statement)
+{
+    require(words.size() == 2, "one divisor is needed");
+    statement.number = number_of(words[1]);
+    require(statement.number >= 1 && statement.number <= base_rate, "a divisor is 1 to 115200");
+}
+
+void parse_arrangement(const Words &words, Statement &statement)
+{
+    require(words.size() == 2, "one arrangement is needed");
+    statement.number = number_of(words[1]);
+    require(statement.number <= CPLD_SERIAL_ROUTE, "an arrangement is 0 to 15");
+}
+
+void parse_rate(const Words &words, Statement &statement)
+{
+    require(words.size() == 2, "one rate is needed");
+    statement.number = number_of(words[1]);
+    require(speed_of(statement.number) != B0, "no terminal has this rate");
+}
+
 void parse_nothing(const Words &words, Statement &)
 {
     require(words.size() == 1, "nothing may follow");
@@ -156,6 +237,14 @@ const HostScript::Verb HostScript::verbs[] = {
     {"expect-code", parse_code, &HostScript::expect_code},
     {"expect-data", parse_pattern, &HostScript::expect_data},
     {"wait", parse_wait, &HostScript::wait},
+    {"console", parse_line, &HostScript::console},
+    {"expect-input", parse_line, &HostScript::expect_input},
+    {"panel", parse_line, &HostScript::panel},
+    {"expect-panel", parse_line, &HostScript::expect_panel},
+    {"baud", parse_divisor, &HostScript::baud},
+    {"expect-baud", parse_rate, &HostScript::expect_baud},
+    {"crash", parse_line, &HostScript::crash},
+    {"serial-switch", parse_arrangement, &HostScript::serial_switch},
     {"press", parse_time, &HostScript::press},
     {"lock-button", parse_nothing, &HostScript::lock_button},
     {"unlock-button", parse_nothing, &HostScript::unlock_button},
@@ -189,6 +278,7 @@ void HostScript::parse(unsigned line, const std::string &text)
     }
     Statement statement;
     statement.line = line;
+    statement.whole = text.substr(text.find(words[0]));
     statement.verb = find_verb(words[0]);
     if (statement.verb == nullptr) {
         throw ScriptError(line, "unknown statement \"" + words[0] + "\"");
@@ -254,6 +344,29 @@ void HostScript::arrived()
 {
     awaited_ = Awaited::nothing;
     done(breath_us);
+}
+
+bool HostScript::looks_first()
+{
+    return !looking_since_us_.has_value();
+}
+
+void HostScript::look_again(bool reached, const std::string &complaint)
+{
+    const uint64_t now_us = board_.clock.now_us();
+    if (looks_first()) {
+        looking_since_us_ = now_us;
+        ++checks_;
+    }
+    if (!reached && now_us - *looking_since_us_ < patience_us) {
+        run_after(retry_us);
+        return;
+    }
+    if (!reached) {
+        fail(complaint);
+    }
+    looking_since_us_.reset();
+    arrived();
 }
 
 void HostScript::fail(const std::string &complaint)
@@ -375,6 +488,122 @@ void HostScript::wait(const Statement &statement)
     if (board_.host().powered() == awaited_power_) {
         arrived();
     }
+}
+
+// Waits for the controller, so that both sides' lines alternate.
+void HostScript::console(const Statement &statement)
+{
+    if (looks_first()) {
+        narrative_.host("prints    " + statement.text);
+        print(statement.text);
+    }
+    look_again(board_.sol().pending() == 0, "nobody takes what the console prints");
+}
+
+void HostScript::print(const std::string &line)
+{
+    last_words_ += line + "\n";
+    if (last_words_.size() > last_words_max) {
+        last_words_.erase(0, last_words_.size() - last_words_max);
+    }
+    board_.sol().print(line + "\r\n");
+}
+
+void HostScript::expect_input(const Statement &statement)
+{
+    std::string line;
+    const bool reached = take_line(board_.serial_switch().host_input(), line);
+    if (reached) {
+        narrative_.host("receives  " + line);
+    }
+    expect_line(reached, line, statement);
+}
+
+void HostScript::expect_panel(const Statement &statement)
+{
+    std::string line;
+    const bool reached = take_line(board_.serial_switch().panel_output(), line);
+    if (reached) {
+        narrative_.panel("shows     " + line);
+    }
+    expect_line(reached, line, statement);
+}
+
+void HostScript::expect_line(bool reached, const std::string &line, const Statement &statement)
+{
+    if (reached && line != statement.text) {
+        fail("expected: " + statement.text);
+    }
+    look_again(reached, "nothing comes");
+}
+
+void HostScript::panel(const Statement &statement)
+{
+    if (looks_first()) {
+        narrative_.panel("types     " + statement.text);
+        if (!board_.serial_switch().panel_sends(statement.text + "\r")) {
+            narrative_.board("the panel's connector leads nowhere: nobody hears it");
+        }
+    }
+    look_again(board_.uart().unread() == 0, "nobody reads the controller's UART");
+}
+
+void HostScript::baud(const Statement &statement)
+{
+    narrative_.host("sets its serial port to " + std::to_string(base_rate / statement.number) +
+                    " baud");
+    narrative_.board("the FPGA prescribes divisor " + std::to_string(statement.number) +
+                     " of 115200 baud");
+    board_.fpga().baud_divisor.word = static_cast<int32_t>(statement.number);
+    done(breath_us);
+}
+
+void HostScript::expect_baud(const Statement &statement)
+{
+    const termios now = board_.uart().attributes();
+    const bool reached = cfgetispeed(&now) == speed_of(statement.number);
+    const std::string rate = std::to_string(statement.number) + " baud";
+    if (reached) {
+        narrative_.board("the controller's UART runs at " + rate);
+    }
+    look_again(reached, "the controller's UART does not run at " + rate);
+}
+
+void HostScript::serial_switch(const Statement &statement)
+{
+    board_.cpld().clear_bits(CPLD_REG_SERIAL_ROUTING, CPLD_SERIAL_ROUTE);
+    board_.cpld().set_bits(CPLD_REG_SERIAL_ROUTING, static_cast<uint8_t>(statement.number));
+    narrative_.forget_changes();
+    narrative_.board("the serial switch stands at arrangement " + std::to_string(statement.number));
+    done();
+}
+
+void HostScript::crash(const Statement &statement)
+{
+    BlackBox &box = board_.black_box();
+    if (looks_first()) {
+        narrative_.host("CRASH: " + statement.text);
+        print(statement.text);
+        recorded_ = box.enabled();
+        narrative_.board(recorded_
+                             ? "the black box records the last " +
+                                   std::to_string(last_words_.size()) + " bytes of the console"
+                             : "the black box is off: nothing is recorded");
+        box.crash({last_words_.begin(), last_words_.end()});
+        fetches_ = box.releases();
+    }
+    look_again(board_.sol().pending() == 0 && (!recorded_ || black_box_is_left()),
+               recorded_ ? "nobody fetches the black box" : "nobody takes what the console prints");
+}
+
+// Counts looks, not time: a program that stands still for a while is not done.
+bool HostScript::black_box_is_left()
+{
+    const BlackBox &box = board_.black_box();
+    const bool quiet = box.taken() && !box.fetching() && box.releases() == fetches_;
+    quiet_looks_ = quiet ? quiet_looks_ + 1 : 0;
+    fetches_ = box.releases();
+    return quiet_looks_ >= quiet_looks_enough;
 }
 
 void HostScript::press(const Statement &statement)

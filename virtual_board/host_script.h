@@ -7,6 +7,7 @@
 
 #include <functional>
 #include <istream>
+#include <optional>
 #include <stdexcept>
 #include <string>
 #include <vector>
@@ -29,6 +30,20 @@ namespace virtual_board {
 //   expect-data [DATA...]      checks what follows the code; "--" is any byte
 //   wait TIME
 //   wait power on|off TIME     waits for the host's power; fails after TIME
+//   console TEXT               prints a line on the host's console; fails if the
+//                              controller does not take it
+//   expect-input TEXT          waits for the next line that the host receives on
+//                              its serial port; checks that it is TEXT
+//   panel TEXT                 someone at the panel's serial connector types a line;
+//                              fails if it gets to the UART and nobody reads it
+//   expect-panel TEXT          waits for the next line there; checks that it is TEXT
+//   baud DIVISOR               the host sets its serial port to 115200 / DIVISOR
+//                              baud, and the FPGA prescribes that
+//   expect-baud RATE           waits until the controller's UART runs at that rate
+//   crash TEXT                 TEXT is the last line of the console; the black box
+//                              records what the console said last. Fails if it is
+//                              on and the controller does not fetch all of it
+//   serial-switch ARRANGEMENT  someone sets the CPLD's serial switch, 0 to 15
 //   press TIME                 presses the front panel's power button
 //   lock-button, unlock-button locks or frees that button
 //
@@ -49,10 +64,12 @@ public:
     struct Statement {
         const Verb *verb = nullptr;
         unsigned line = 0;
+        std::string whole;
         std::string text;
         std::vector<int> bytes; // -1: any
         uint64_t time_us = 0;
         bool on = false;
+        uint32_t number = 0;
     };
 
     // Throws a ScriptError for the first statement that is not understood.
@@ -94,6 +111,13 @@ private:
     void done(uint64_t pause_us = 0);
     void await(Awaited awaited, uint64_t at_most_us, const std::string &complaint);
     void arrived();
+    // For statements that look again and again: leaves the present one, with a
+    // complaint if what it waits for has not come in time.
+    bool looks_first();
+    void look_again(bool reached, const std::string &complaint);
+    void expect_line(bool reached, const std::string &line, const Statement &statement);
+    void print(const std::string &line);
+    bool black_box_is_left();
     void fail(const std::string &complaint);
     void finish();
     void answered(const Message &answer);
@@ -105,6 +129,14 @@ private:
     void expect_code(const Statement &statement);
     void expect_data(const Statement &statement);
     void wait(const Statement &statement);
+    void console(const Statement &statement);
+    void expect_input(const Statement &statement);
+    void panel(const Statement &statement);
+    void expect_panel(const Statement &statement);
+    void baud(const Statement &statement);
+    void expect_baud(const Statement &statement);
+    void serial_switch(const Statement &statement);
+    void crash(const Statement &statement);
     void press(const Statement &statement);
     void lock_button(const Statement &statement);
     void unlock_button(const Statement &statement);
@@ -124,6 +156,11 @@ private:
     unsigned wait_number_ = 0;
     bool awaited_power_ = false;
     uint64_t refused_since_us_ = 0;
+    std::optional<uint64_t> looking_since_us_;
+    std::string last_words_; // of the console
+    bool recorded_ = false;
+    unsigned fetches_ = 0;
+    unsigned quiet_looks_ = 0;
     Message request_;
     Message answer_;
 };

@@ -46,6 +46,7 @@ public:
     void plug(uint8_t address, std::shared_ptr<I2cChip> chip) { chips_[address] = std::move(chip); }
     void unplug(uint8_t address) { chips_.erase(address); }
     std::shared_ptr<I2cChip> chip(uint8_t address) const;
+    const std::map<uint8_t, std::shared_ptr<I2cChip>> &chips() const { return chips_; }
 
     // Bus face. A write ends at the first byte that is not acknowledged.
     I2cOutcome write(uint8_t address, std::span<const uint8_t> bytes);

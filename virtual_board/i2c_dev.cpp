@@ -4,7 +4,6 @@
 #include <sys/sysmacros.h>
 
 #include <algorithm>
-#include <array>
 
 namespace virtual_board {
 
@@ -14,9 +13,12 @@ namespace {
 constexpr unsigned i2c_major = 89;
 constexpr size_t message_max = 8192;
 
-constexpr unsigned long functions = I2C_FUNC_I2C | I2C_FUNC_SMBUS_QUICK | I2C_FUNC_SMBUS_BYTE |
-                                    I2C_FUNC_SMBUS_BYTE_DATA | I2C_FUNC_SMBUS_WORD_DATA |
-                                    I2C_FUNC_SMBUS_BLOCK_DATA | I2C_FUNC_SMBUS_I2C_BLOCK;
+constexpr uint16_t seven_bits = 0x7F;
+constexpr uint16_t ten_bits = 0x3FF;
+
+// Everything of SMBus is made of plain messages.
+constexpr unsigned long functions = I2C_FUNC_I2C | I2C_FUNC_SMBUS_EMUL |
+                                    I2C_FUNC_SMBUS_READ_BLOCK_DATA | I2C_FUNC_SMBUS_BLOCK_PROC_CALL;
 
 // Requests whose argument is the address of a record.
 bool takes_record(uint32_t request)
@@ -78,41 +80,90 @@ size_t data_size(const i2c_smbus_ioctl_data &data)
     case I2C_SMBUS_BYTE_DATA:
         return 1;
     case I2C_SMBUS_WORD_DATA:
+    case I2C_SMBUS_PROC_CALL:
         return 2;
     default:
         return 0;
     }
 }
 
-bool is_block(const i2c_smbus_ioctl_data &data)
+bool is_plain_block(uint32_t size)
 {
-    return data.size == I2C_SMBUS_BLOCK_DATA || data.size == I2C_SMBUS_I2C_BLOCK_DATA ||
-           data.size == I2C_SMBUS_I2C_BLOCK_BROKEN;
+    return size == I2C_SMBUS_I2C_BLOCK_DATA || size == I2C_SMBUS_I2C_BLOCK_BROKEN;
+}
+
+bool is_smbus_block(uint32_t size)
+{
+    return size == I2C_SMBUS_BLOCK_DATA || size == I2C_SMBUS_BLOCK_PROC_CALL;
+}
+
+// A call sends and receives, whichever direction the request names.
+bool is_call(uint32_t size)
+{
+    return size == I2C_SMBUS_PROC_CALL || size == I2C_SMBUS_BLOCK_PROC_CALL;
+}
+
+bool sends_data(const i2c_smbus_ioctl_data &data)
+{
+    return data.read_write == I2C_SMBUS_WRITE || is_call(data.size);
+}
+
+bool receives_data(const i2c_smbus_ioctl_data &data)
+{
+    return data.read_write == I2C_SMBUS_READ || is_call(data.size);
+}
+
+// The data that a request sends after its command. An SMBus block carries its
+// length, an I2C block does not.
+std::vector<uint8_t> data_of(const i2c_smbus_ioctl_data &data)
+{
+    if (is_smbus_block(data.size) || is_plain_block(data.size)) {
+        const uint8_t *block = data.data->block;
+        return {block + (is_smbus_block(data.size) ? 0 : 1), block + 1 + block[0]};
+    }
+    switch (data_size(data)) {
+    case 1:
+        return {data.data->byte};
+    case 2:
+        return {static_cast<uint8_t>(data.data->word), static_cast<uint8_t>(data.data->word >> 8)};
+    default:
+        return {};
+    }
 }
 
 long refused(const i2c_smbus_ioctl_data &data)
 {
-    const bool fixed = data.size == I2C_SMBUS_QUICK || data.size == I2C_SMBUS_BYTE ||
-                       data.size == I2C_SMBUS_BYTE_DATA || data.size == I2C_SMBUS_WORD_DATA;
-    if ((!fixed && !is_block(data)) || data.read_write > I2C_SMBUS_READ) {
+    if (data.size > I2C_SMBUS_I2C_BLOCK_DATA || data.read_write > I2C_SMBUS_READ) {
         return -EINVAL;
     }
-    if (data.data == nullptr && (data_size(data) > 0 || is_block(data))) {
+    const bool block = is_plain_block(data.size) || is_smbus_block(data.size);
+    if (data.data == nullptr && (data_size(data) > 0 || block)) {
         return -EINVAL;
     }
-    const bool caller_gives_length =
-        data.read_write == I2C_SMBUS_WRITE || data.size == I2C_SMBUS_I2C_BLOCK_DATA;
-    return is_block(data) && caller_gives_length && data.data->block[0] > I2C_SMBUS_BLOCK_MAX
-               ? -EINVAL
-               : 0;
+    const bool caller_gives_length = sends_data(data) || data.size == I2C_SMBUS_I2C_BLOCK_DATA;
+    return block && caller_gives_length && data.data->block[0] > I2C_SMBUS_BLOCK_MAX ? -EINVAL : 0;
+}
+
+// SMBus's checksum over one message: x^8 + x^2 + x + 1.
+uint8_t checksum(uint8_t sum, uint8_t slave, bool reading, std::span<const uint8_t> bytes)
+{
+    const auto add = [&sum](uint8_t byte) {
+        sum ^= byte;
+        for (int bit = 0; bit < 8; ++bit) {
+            sum = static_cast<uint8_t>((sum & 0x80) != 0 ? sum << 1 ^ 0x07 : sum << 1);
+        }
+    };
+    add(static_cast<uint8_t>(slave << 1 | (reading ? 1 : 0)));
+    std::for_each(bytes.begin(), bytes.end(), add);
+    return sum;
 }
 
 } // namespace
 
-uint8_t I2cDev::slave_of(const OpenFile &file) const
+I2cDev::Client I2cDev::client_of(const OpenFile &file) const
 {
-    const auto chosen = slaves_.find(&file);
-    return chosen == slaves_.end() ? 0 : chosen->second;
+    const auto found = clients_.find(&file);
+    return found == clients_.end() ? Client() : found->second;
 }
 
 long I2cDev::write_bytes(uint8_t slave, std::span<const uint8_t> bytes)
@@ -129,16 +180,23 @@ long I2cDev::read_bytes(uint8_t slave, std::span<uint8_t> bytes)
 
 long I2cDev::read(OpenFile &file, void *buffer, size_t count)
 {
+    const Client client = client_of(file);
     count = std::min(count, message_max);
-    const long result = read_bytes(slave_of(file), {static_cast<uint8_t *>(buffer), count});
+    const long result = client.ten_bits ? -ENXIO
+                                        : read_bytes(static_cast<uint8_t>(client.slave),
+                                                     {static_cast<uint8_t *>(buffer), count});
     bus_.stop();
     return result < 0 ? result : static_cast<long>(count);
 }
 
 long I2cDev::write(OpenFile &file, const void *buffer, size_t count)
 {
+    const Client client = client_of(file);
     count = std::min(count, message_max);
-    const long result = write_bytes(slave_of(file), {static_cast<const uint8_t *>(buffer), count});
+    const long result = client.ten_bits
+                            ? -ENXIO
+                            : write_bytes(static_cast<uint8_t>(client.slave),
+                                          {static_cast<const uint8_t *>(buffer), count});
     bus_.stop();
     return result < 0 ? result : static_cast<long>(count);
 }
@@ -152,14 +210,17 @@ long I2cDev::ioctl(OpenFile &file, uint32_t request, void *argument)
     switch (request) {
     case I2C_SLAVE:
     case I2C_SLAVE_FORCE:
-        if (number > 0x7F) {
+        if (number > (client_of(file).ten_bits ? ten_bits : seven_bits)) {
             return -EINVAL;
         }
-        slaves_[&file] = static_cast<uint8_t>(number);
+        clients_[&file].slave = static_cast<uint16_t>(number);
         return 0;
     case I2C_TENBIT:
+        clients_[&file].ten_bits = number != 0; // which no chip answers
+        return 0;
     case I2C_PEC:
-        return number == 0 ? 0 : -EINVAL;
+        clients_[&file].checked = number != 0;
+        return 0;
     case I2C_RETRIES:
     case I2C_TIMEOUT:
         return 0;
@@ -169,7 +230,7 @@ long I2cDev::ioctl(OpenFile &file, uint32_t request, void *argument)
     case I2C_RDWR:
         return transfer(*static_cast<const i2c_rdwr_ioctl_data *>(argument));
     case I2C_SMBUS: {
-        const long result = smbus(slave_of(file), *static_cast<i2c_smbus_ioctl_data *>(argument));
+        const long result = smbus(client_of(file), *static_cast<i2c_smbus_ioctl_data *>(argument));
         bus_.stop();
         return result;
     }
@@ -216,71 +277,110 @@ long I2cDev::transfer(const i2c_rdwr_ioctl_data &data)
     return result < 0 ? result : static_cast<long>(data.nmsgs);
 }
 
-long I2cDev::smbus(uint8_t slave, i2c_smbus_ioctl_data &data)
+long I2cDev::smbus(const Client &client, i2c_smbus_ioctl_data &data)
 {
     const long result = refused(data);
-    if (result < 0) {
-        return result;
+    if (result < 0 || client.ten_bits) {
+        return result < 0 ? result : -ENXIO;
     }
     if (data.size == I2C_SMBUS_QUICK) {
         // Nothing but the address and its direction.
+        const auto slave = static_cast<uint8_t>(client.slave);
         return data.read_write == I2C_SMBUS_READ ? read_bytes(slave, {}) : write_bytes(slave, {});
     }
-    return data.read_write == I2C_SMBUS_READ ? smbus_read(slave, data) : smbus_write(slave, data);
+    Exchange wanted = exchange_for(data);
+    wanted.checked = client.checked && !is_plain_block(data.size);
+    const long outcome = exchange(client, wanted);
+    if (outcome == 0) {
+        give(wanted, data);
+    }
+    return outcome;
 }
 
-long I2cDev::smbus_read(uint8_t slave, const i2c_smbus_ioctl_data &data)
+I2cDev::Exchange I2cDev::exchange_for(const i2c_smbus_ioctl_data &data)
 {
-    if (data.size != I2C_SMBUS_BYTE) {
-        const long result = write_bytes(slave, {&data.command, 1});
+    Exchange wanted;
+    const bool receives = receives_data(data);
+    if (data.size != I2C_SMBUS_BYTE || !receives) {
+        wanted.sent.push_back(data.command);
+    }
+    if (sends_data(data)) {
+        const std::vector<uint8_t> bytes = data_of(data);
+        wanted.sent.insert(wanted.sent.end(), bytes.begin(), bytes.end());
+    }
+    if (receives) {
+        wanted.block = is_smbus_block(data.size);
+        wanted.wanted = wanted.block                              ? 1
+                        : data.size == I2C_SMBUS_I2C_BLOCK_DATA   ? data.data->block[0]
+                        : data.size == I2C_SMBUS_I2C_BLOCK_BROKEN ? I2C_SMBUS_BLOCK_MAX
+                                                                  : data_size(data);
+    }
+    return wanted;
+}
+
+// The checksum covers both messages and comes at the very end.
+long I2cDev::exchange(const Client &client, Exchange &exchange)
+{
+    const auto slave = static_cast<uint8_t>(client.slave);
+    uint8_t sum = 0;
+    if (!exchange.sent.empty()) {
+        sum = checksum(sum, slave, false, exchange.sent);
+        if (exchange.checked && exchange.wanted == 0) {
+            exchange.sent.push_back(sum);
+        }
+        const long result = write_bytes(slave, exchange.sent);
         if (result < 0) {
             return result;
         }
     }
-    uint8_t *block = data.data->block;
-    if (data.size == I2C_SMBUS_BLOCK_DATA) {
-        const long result = read_bytes(slave, {block, 1});
-        if (result < 0) {
-            return result;
-        }
-        if (block[0] == 0 || block[0] > I2C_SMBUS_BLOCK_MAX) {
-            return -EPROTO;
-        }
-        bus_.read_on({block + 1, block[0]});
+    if (exchange.wanted == 0) {
         return 0;
     }
-    if (is_block(data)) {
-        if (data.size == I2C_SMBUS_I2C_BLOCK_BROKEN) {
-            block[0] = I2C_SMBUS_BLOCK_MAX;
-        }
-        return read_bytes(slave, {block + 1, block[0]});
+    const long result = read_answer(slave, exchange, exchange.checked ? 1 : 0);
+    if (result < 0 || !exchange.checked) {
+        return result;
     }
-    std::array<uint8_t, 2> bytes{};
-    const size_t size = data_size(data);
-    const long result = read_bytes(slave, {bytes.data(), size});
-    if (result == 0 && size == 2) {
-        data.data->word = static_cast<uint16_t>(bytes[0] | bytes[1] << 8);
-    } else if (result == 0) {
-        data.data->byte = bytes[0];
-    }
-    return result;
+    const uint8_t received = exchange.answer.back();
+    exchange.answer.pop_back();
+    return checksum(sum, slave, true, exchange.answer) == received ? 0 : -EBADMSG;
 }
 
-long I2cDev::smbus_write(uint8_t slave, const i2c_smbus_ioctl_data &data)
+long I2cDev::read_answer(uint8_t slave, Exchange &exchange, size_t checksum)
 {
-    std::vector<uint8_t> bytes = {data.command};
-    if (is_block(data)) {
-        // An SMBus block carries its length; an I2C block does not.
-        const uint8_t *block = data.data->block;
-        const size_t first = data.size == I2C_SMBUS_BLOCK_DATA ? 0 : 1;
-        bytes.insert(bytes.end(), block + first, block + 1 + block[0]);
-    } else if (data_size(data) == 2) {
-        bytes.push_back(static_cast<uint8_t>(data.data->word));
-        bytes.push_back(static_cast<uint8_t>(data.data->word >> 8));
-    } else if (data_size(data) == 1) {
-        bytes.push_back(data.data->byte);
+    std::vector<uint8_t> &bytes = exchange.answer;
+    if (!exchange.block) {
+        bytes.resize(exchange.wanted + checksum);
+        return read_bytes(slave, bytes);
     }
-    return write_bytes(slave, bytes);
+    bytes.resize(1);
+    const long result = read_bytes(slave, bytes);
+    if (result < 0) {
+        return result;
+    }
+    if (bytes[0] == 0 || bytes[0] > I2C_SMBUS_BLOCK_MAX) {
+        return -EPROTO;
+    }
+    bytes.resize(1 + bytes[0] + checksum);
+    bus_.read_on(std::span(bytes).subspan(1));
+    return 0;
+}
+
+void I2cDev::give(const Exchange &exchange, const i2c_smbus_ioctl_data &data)
+{
+    const std::vector<uint8_t> &bytes = exchange.answer;
+    if (bytes.empty()) {
+        return;
+    }
+    if (exchange.block) {
+        std::copy(bytes.begin(), bytes.end(), data.data->block);
+    } else if (is_plain_block(data.size)) {
+        data.data->block[0] = static_cast<uint8_t>(bytes.size());
+        std::copy(bytes.begin(), bytes.end(), data.data->block + 1);
+    } else if (bytes.size() == 2) {
+        data.data->word = static_cast<uint16_t>(bytes[0] | bytes[1] << 8);
+    } else {
+        data.data->byte = bytes[0];
+    }
 }
 
 void I2cDev::describe(struct stat &status) const
@@ -291,7 +391,7 @@ void I2cDev::describe(struct stat &status) const
 
 uint32_t I2cDev::address_of(const OpenFile &file, const void *, size_t) const
 {
-    return slave_of(file);
+    return client_of(file).slave;
 }
 
 std::vector<uint8_t> I2cDev::request_record(uint32_t request, const void *argument) const

@@ -63,6 +63,7 @@ public:
     {
         family(number).read_result = result;
     }
+    std::optional<long> read_result(unsigned number) const { return family(number).read_result; }
 
 private:
     struct Commands {

@@ -31,6 +31,15 @@ bool Modules::loaded(const std::string &name) const
     return module != modules_.end() && module->second.loaded;
 }
 
+std::vector<std::string> Modules::names() const
+{
+    std::vector<std::string> all;
+    for (const auto &[name, module] : modules_) {
+        all.push_back(name);
+    }
+    return all;
+}
+
 bool Modules::owns(const Words &command)
 {
     if (command.empty()) {

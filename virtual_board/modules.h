@@ -23,6 +23,8 @@ public:
     // Takes the file away; a loaded module stays loaded.
     void remove_file(const std::string &name) { modules_.at(name).has_file = false; }
     bool loaded(const std::string &name) const;
+    std::vector<std::string> names() const;
+    bool has_file(const std::string &name) const { return modules_.at(name).has_file; }
 
     // Bus face. Whether a command is one of the two programs: none of them ever
     // reaches the machine's own kernel.

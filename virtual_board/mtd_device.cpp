@@ -3,7 +3,9 @@
 #include <fcntl.h>
 #include <linux/ioctl.h>
 #include <mtd/mtd-user.h>
+#include <stdio.h>
 #include <string.h>
+#include <sys/sysmacros.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -12,6 +14,8 @@
 namespace virtual_board {
 
 namespace {
+
+constexpr unsigned mtd_major = 90; // each part has two minors, the second read-only
 
 mtd_info_user describe_partition(uint32_t size, uint32_t erase_size)
 {
@@ -26,10 +30,18 @@ mtd_info_user describe_partition(uint32_t size, uint32_t erase_size)
 
 } // namespace
 
-MtdDevice::MtdDevice(const std::string &name, NorFlash &flash, const Partition &partition,
-                     Wiring wired)
-    : Device(name), flash_(flash), partition_(partition), wired_(std::move(wired))
+MtdDevice::MtdDevice(unsigned number, NorFlash &flash, const Partition &partition, Wiring wired)
+    : Device("mtd" + std::to_string(number)), number_(number), flash_(flash), partition_(partition),
+      wired_(std::move(wired))
 {
+}
+
+std::string MtdDevice::listing() const
+{
+    char numbers[32];
+    snprintf(numbers, sizeof(numbers), ": %08x %08x ", partition_.size,
+             flash_.geometry().erase_size);
+    return name() + numbers + '"' + partition_.label + "\"\n";
 }
 
 bool MtdDevice::may_write(const OpenFile &file) const
@@ -134,7 +146,14 @@ long MtdDevice::ioctl(OpenFile &file, uint32_t request, void *argument)
         return 0;
     case MEMGETBADBLOCK:
     case MEMSETBADBLOCK:
+    case MEMREADOOB:
+    case MEMWRITEOOB:
+    case MEMGETOOBSEL:
+    case ECCGETLAYOUT: // what NAND has, and NOR not
         return -EOPNOTSUPP;
+    case ECCGETSTATS:
+        *static_cast<mtd_ecc_stats *>(argument) = {}; // nothing to correct, nothing corrected
+        return 0;
     default:
         return -ENOTTY;
     }
@@ -169,6 +188,12 @@ std::optional<uint64_t> MtdDevice::place_of(uint32_t request, const void *argume
 void MtdDevice::flip_stored_bit(long long offset, unsigned bit)
 {
     flash_.flip_bit(partition_.offset + static_cast<uint32_t>(offset), bit);
+}
+
+void MtdDevice::describe(struct stat &status) const
+{
+    Device::describe(status);
+    status.st_rdev = makedev(mtd_major, 2 * number_);
 }
 
 } // namespace virtual_board

@@ -15,13 +15,16 @@ public:
     struct Partition {
         uint32_t offset;
         uint32_t size;
+        std::string label = {}; // as /proc/mtd shows it
     };
     // Whether the chip is wired to the controller at the moment. If not, reads
     // find the bus idle and work on the chip fails.
     using Wiring = std::function<bool()>;
 
-    MtdDevice(const std::string &name, NorFlash &flash, const Partition &partition,
-              Wiring wired = nullptr);
+    MtdDevice(unsigned number, NorFlash &flash, const Partition &partition, Wiring wired = nullptr);
+
+    // Its line of /proc/mtd.
+    std::string listing() const;
 
     // The board's own driver lets any descriptor write and erase. A stricter
     // one wants it opened for writing.
@@ -33,6 +36,7 @@ public:
     long long seek(OpenFile &file, long long offset, int whence) override;
     std::optional<uint64_t> place_of(uint32_t request, const void *argument) const override;
     void flip_stored_bit(long long offset, unsigned bit) override;
+    void describe(struct stat &status) const override;
 
 private:
     struct Range {
@@ -48,6 +52,7 @@ private:
     long erase(const OpenFile &file, const Range &range);
     long lock(const OpenFile &file, const Range &range, bool locked);
 
+    unsigned number_;
     NorFlash &flash_;
     Partition partition_;
     Wiring wired_;

@@ -12,7 +12,7 @@
 
 namespace virtual_board {
 
-// Each line begins with whom it concerns: "host  |" or "board |". Stores of
+// Each line begins with whom it concerns: "host  |", "panel |" or "board |". Stores of
 // programs to named registers are told as they happen, with the bits that
 // change; heartbeats, the register test and stores that change nothing are not.
 class Narrative {
@@ -25,6 +25,7 @@ public:
     // Begins a paragraph.
     void heading(const std::string &text);
     void host(const std::string &text) { line("host", text); }
+    void panel(const std::string &text) { line("panel", text); }
     void board(const std::string &text) { line("board", text); }
     // A message of the host's side and what it means.
     void message(const char *verb, const Message &bytes, const std::string &meaning);

@@ -20,8 +20,10 @@ public:
     // Backend face. What the driver answers to a link query: 1 up, 0 down; a
     // broken one may answer anything.
     void set_link(uint32_t value) { link_ = value; }
+    uint32_t link() const { return link_; }
     // Whether the driver knows the link query at all.
     void answers_link_query(bool answers) { answers_ = answers; }
+    bool knows_link_query() const { return answers_; }
 
     // Bus face: an ethtool request and its record; results are a driver's.
     long ethtool(void *record) const;

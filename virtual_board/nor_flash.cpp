@@ -22,6 +22,7 @@ std::vector<uint8_t> &NorFlash::cells()
 {
     if (cells_.empty()) {
         cells_.assign(geometry_.size, erased);
+        std::fill_n(cells_.begin() + zeros_.first, zeros_.second, uint8_t{0});
     }
     return cells_;
 }
@@ -69,14 +70,20 @@ size_t NorFlash::powered_part(size_t count)
     }
     const auto part = static_cast<size_t>(std::min<uint64_t>(count, *bytes_left_));
     *bytes_left_ -= part;
-    powered_ = part == count;
+    if (part < count) {
+        powered_ = false;
+        bytes_left_.reset();
+        if (power_failure_) {
+            power_failure_();
+        }
+    }
     return part;
 }
 
 void NorFlash::spend(uint64_t duration_us)
 {
     if (duration_us > 0) {
-        clock_.advance_us(duration_us);
+        clock_.wait_us(duration_us);
     }
 }
 

@@ -2,58 +2,44 @@
 
 #include <algorithm>
 
+#include "virtual_board/personality_file.h"
+
 namespace virtual_board {
 
 namespace {
 
-Personality brava(uint8_t bom)
-{
-    Personality board;
-    board.name = "brava-" + std::to_string(bom);
-    board.bom_version = bom;
-    board.raid_card_fitted = bom != 1;
-    board.disks_fitted = {true, true, bom >= 1, bom >= 2};
-    board.slot_number = static_cast<uint8_t>(bom + 1);
-    return board;
-}
+struct Embedded {
+    const char *file;
+    const char *text;
+};
 
-Personality corvo(uint8_t bom)
-{
-    Personality board;
-    board.name = "corvo-" + std::to_string(bom);
-    board.board_id = 0x11;
-    board.bom_version = bom;
-    board.pcb_version = 2;
-    board.cpus_fitted = {true, bom != 9};
-    board.disks_fitted = {true, bom == 8, false, false};
-    board.raid_card_fitted = bom != 9;
-    board.board_6_fitted = true;
-    board.hdd_backplane_ports = {1, 0, 0};
-    board.slot_number = bom;
-    return board;
-}
+constexpr Embedded embedded[] = {
+#include "personalities.inc"
+};
 
-std::vector<Personality> make_all()
+std::vector<Personality> read_all()
 {
     std::vector<Personality> all;
-    for (uint8_t bom = 0; bom <= 3; ++bom) {
-        all.push_back(brava(bom));
+    for (const Embedded &one : embedded) {
+        all.push_back(parse_personality(one.text, one.file));
     }
-    for (uint8_t bom = 8; bom <= 11; ++bom) {
-        all.push_back(corvo(bom));
-    }
-    Personality unknown;
-    unknown.name = "unknown-bom";
-    unknown.bom_version = 5;
-    all.push_back(unknown);
     return all;
+}
+
+std::string known_names()
+{
+    std::string names;
+    for (const Personality &one : personalities()) {
+        names += (names.empty() ? "" : ", ") + one.name;
+    }
+    return names;
 }
 
 } // namespace
 
 const std::vector<Personality> &personalities()
 {
-    static const std::vector<Personality> all = make_all();
+    static const std::vector<Personality> all = read_all();
     return all;
 }
 
@@ -63,6 +49,17 @@ const Personality *find_personality(std::string_view name)
     const auto found = std::find_if(all.begin(), all.end(),
                                     [name](const Personality &one) { return one.name == name; });
     return found == all.end() ? nullptr : &*found;
+}
+
+Personality choose_personality(const std::string &name_or_path)
+{
+    if (name_or_path.find('/') != std::string::npos || name_or_path.ends_with(".json")) {
+        return read_personality(name_or_path);
+    }
+    if (const Personality *found = find_personality(name_or_path)) {
+        return *found;
+    }
+    throw PersonalityError("no personality \"" + name_or_path + "\"; there are " + known_names());
 }
 
 } // namespace virtual_board

@@ -20,6 +20,8 @@ struct FlashLayout {
     // and data.
     std::vector<uint32_t> partitions = {0x40000, 0x40000, 0x10000, 0x400000, 0xC00000, 0x800000};
     bool checks_access = false; // the driver wants a descriptor opened for writing
+
+    bool operator==(const FlashLayout &) const = default;
 };
 
 // What is fitted when the board gets power.
@@ -50,13 +52,19 @@ struct Personality {
     uint8_t blade_pcb_version = 1;
     FlashLayout flash;
     NorGeometry bios_flash = {.size = 0x800000, .erase_size = 0x10000};
+
+    bool operator==(const Personality &) const = default;
 };
 
-// The boards that are made: "brava-0" to "brava-3" and "corvo-8" to "corvo-11",
-// by node type and BOM id, and "unknown-bom", which is neither.
+// The boards that are made, from the files in personalities/: "brava-0" to
+// "brava-3" and "corvo-8" to "corvo-11", by node type and BOM id, and
+// "unknown-bom", which is neither.
 const std::vector<Personality> &personalities();
 // Null if there is no such board.
 const Personality *find_personality(std::string_view name);
+// One of these by name, or the one in a file: what contains "/" or ends in
+// ".json" is a path. Throws a PersonalityError (personality_file.h).
+Personality choose_personality(const std::string &name_or_path);
 
 } // namespace virtual_board
 

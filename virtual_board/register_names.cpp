@@ -43,6 +43,17 @@ std::string register_name(uint32_t offset)
     return {};
 }
 
+std::vector<NamedBits> named_bits(uint32_t offset)
+{
+    std::vector<NamedBits> bits;
+    for (const BitsName &entry : bits_table) {
+        if (entry.offset == offset) {
+            bits.push_back({entry.name, entry.mask});
+        }
+    }
+    return bits;
+}
+
 std::string changed_bits(uint32_t offset, uint8_t before, uint8_t after)
 {
     const auto changed = static_cast<uint8_t>(before ^ after);

@@ -20,14 +20,18 @@ public:
 
     // Slot number 0 to 15. The slot byte carries it with odd parity.
     void set_number(uint8_t number) { number_ = number & 0x0F; }
+    uint8_t number() const { return number_; }
     void set_bad_parity(bool bad) { bad_parity_ = bad; }
+    bool bad_parity() const { return bad_parity_; }
     // Bits 4 to 6 of the slot byte; the parity covers bit 4 only.
     void set_other_pins(uint8_t pins) { other_pins_ = pins & 0x70; }
+    uint8_t other_pins() const { return other_pins_; }
     uint8_t slot_byte() const;
 
     // Both presence signals are low when the blade is seated.
     void set_seated(bool seated) { insertion_byte_ = seated ? 0x00 : 0x60; }
     void set_insertion_byte(uint8_t byte) { insertion_byte_ = byte; }
+    uint8_t insertion_byte() const { return insertion_byte_; }
 
     uint8_t base_board_id = 0;
     uint8_t blade_pcb_version = 0;

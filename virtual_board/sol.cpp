@@ -52,6 +52,15 @@ void Sol::print(std::string_view text)
     lost_ += text.size() - taken;
 }
 
+std::string Sol::text() const
+{
+    std::string pending;
+    for (size_t i = 0; i < pending_; ++i) {
+        pending += static_cast<char>(ring_[(begin_ + i) % ring_.size()]);
+    }
+    return pending;
+}
+
 void Sol::release()
 {
     if (fetching_) {

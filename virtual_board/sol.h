@@ -5,6 +5,7 @@
 #include <stddef.h>
 #include <stdint.h>
 
+#include <string>
 #include <string_view>
 #include <vector>
 
@@ -27,6 +28,7 @@ public:
     size_t lost() const { return lost_; }
     // Bytes that the controller has not taken, and where they begin.
     size_t pending() const { return pending_; }
+    std::string text() const;
     size_t offset() const { return begin_; }
     bool fetching() const { return fetching_; }
     // From the start of a fetch to the ready flag.

@@ -44,9 +44,16 @@ public:
 
     // Bus face. The word order of the requests is that of Linux's spidev.
     long ioctl(OpenFile &file, uint32_t request, void *argument) override;
+    long read(OpenFile &file, void *buffer, size_t count) override;
+    long write(OpenFile &file, const void *data, size_t count) override;
+    void describe(struct stat &status) const override;
 
 private:
-    long transfer(const spi_ioc_transfer &request);
+    uint8_t mode_bits() const;
+    void set_least_first(bool on);
+    long message(uint32_t request, const void *argument);
+    void transfer(const spi_ioc_transfer &request);
+    long simple_transfer(const void *sent, void *received, size_t count);
 
     std::function<void(bool)> done_;
     std::vector<uint8_t> stream_;

@@ -2,17 +2,38 @@
 
 namespace virtual_board {
 
+namespace {
+
+constexpr const char *operation_names[] = {"open",   "close",   "read", "write",    "ioctl", "seek",
+                                           "map",    "unmap",   "load", "store",    "sleep", "lock",
+                                           "unlock", "control", "run",  "set_time", "status"};
+
+} // namespace
+
 const char *to_string(Operation operation)
 {
-    static constexpr const char *names[] = {
-        "open",  "close", "read", "write",  "ioctl",   "seek", "map",      "unmap", "load",
-        "store", "sleep", "lock", "unlock", "control", "run",  "set_time", "status"};
-    return names[static_cast<size_t>(operation)];
+    return operation_names[static_cast<size_t>(operation)];
+}
+
+std::optional<Operation> operation_from(std::string_view name)
+{
+    for (size_t i = 0; i < std::size(operation_names); ++i) {
+        if (name == operation_names[i]) {
+            return static_cast<Operation>(i);
+        }
+    }
+    return {};
+}
+
+unsigned Trace::listen(Listener listener)
+{
+    listeners_[++last_listener_] = std::move(listener);
+    return last_listener_;
 }
 
 void Trace::add(Event event)
 {
-    for (const Listener &listener : listeners_) {
+    for (const auto &[number, listener] : listeners_) {
         listener(event);
     }
     if (keep_) {

@@ -6,7 +6,10 @@
 #include <stdint.h>
 
 #include <functional>
+#include <map>
+#include <optional>
 #include <string>
+#include <string_view>
 #include <utility>
 #include <vector>
 
@@ -33,6 +36,7 @@ enum class Operation {
 };
 
 const char *to_string(Operation operation);
+std::optional<Operation> operation_from(std::string_view name);
 
 struct Event {
     uint64_t time_us = 0;
@@ -51,8 +55,10 @@ public:
     using Listener = std::function<void(const Event &)>;
 
     void add(Event event);
-    // Called for each event as it happens, with the board's lock held.
-    void listen(Listener listener) { listeners_.push_back(std::move(listener)); }
+    // Called for each event as it happens, with the board's lock held. The number
+    // is for unlisten(), which no listener may call.
+    unsigned listen(Listener listener);
+    void unlisten(unsigned number) { listeners_.erase(number); }
 
     const std::vector<Event> &events() const { return events_; }
     std::vector<Event> of(Operation operation) const;
@@ -68,7 +74,8 @@ public:
 private:
     bool keep_ = true;
     std::vector<Event> events_;
-    std::vector<Listener> listeners_;
+    std::map<unsigned, Listener> listeners_;
+    unsigned last_listener_ = 0;
 };
 
 } // namespace virtual_board

@@ -3,6 +3,7 @@
 #include <fcntl.h>
 #include <poll.h>
 #include <stdlib.h>
+#include <sys/ioctl.h>
 #include <unistd.h>
 
 namespace virtual_board {
@@ -55,12 +56,37 @@ void Uart::send(std::string_view text)
 std::string Uart::receive(size_t at_least)
 {
     std::string text;
-    while (text.size() < at_least && wait_for(master_, POLLIN)) {
-        char piece[256];
+    char piece[256];
+    while (at_least == 0 || (text.size() < at_least && wait_for(master_, POLLIN))) {
         const ssize_t got = ::read(master_, piece, sizeof(piece));
         if (got <= 0) {
             break;
         }
+        text.append(piece, static_cast<size_t>(got));
+    }
+    return text;
+}
+
+size_t Uart::unread() const
+{
+    // The kernel hands bytes over when it gets to it; a poll makes it do so.
+    pollfd waited = {slave_, POLLIN, 0};
+    poll(&waited, 1, 0);
+    int count = 0;
+    return ::ioctl(slave_, FIONREAD, &count) == 0 ? static_cast<size_t>(count) : 0;
+}
+
+size_t Uart::offer(std::string_view text)
+{
+    const ssize_t sent = ::write(master_, text.data(), text.size());
+    return sent < 0 ? 0 : static_cast<size_t>(sent);
+}
+
+std::string Uart::take()
+{
+    std::string text;
+    char piece[256];
+    for (ssize_t got = 0; (got = ::read(master_, piece, sizeof(piece))) > 0;) {
         text.append(piece, static_cast<size_t>(got));
     }
     return text;

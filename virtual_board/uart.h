@@ -20,8 +20,13 @@ public:
     // Backend face: the other end of the line.
     void send(std::string_view text);
     // What the program wrote since the last call: waits until there are so many
-    // bytes, or a second has passed without one.
+    // bytes, or a second has passed without one; with 0, what is there.
     std::string receive(size_t at_least);
+    // Bytes that were sent and that the program has not read.
+    size_t unread() const;
+    // The same without waiting: how much of the text was taken, and what is there.
+    size_t offer(std::string_view text);
+    std::string take();
     // The port's attributes as they are in force.
     termios attributes() const;
     int master() const { return master_; }

@@ -1,7 +1,9 @@
 // The environment partition as programs reach it, and as the backend sees it.
 
 #include <fcntl.h>
+#include <mtd/mtd-user.h>
 #include <stdlib.h>
+#include <sys/ioctl.h>
 #include <sys/mman.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -71,6 +73,7 @@ TEST_F(EnvironmentPartitionTest, ReadsAndSeeksLikeAFile)
 
 TEST_F(EnvironmentPartitionTest, WritesReachTheFlashWhenTheLastUserCloses)
 {
+    partition().set_bytes(Bytes(size));
     const int first = open(node, O_RDWR);
     const int second = open(node, O_RDWR);
     EXPECT_EQ(lseek(first, size - 2, SEEK_SET), static_cast<off_t>(size - 2));
@@ -111,6 +114,34 @@ TEST_F(EnvironmentPartitionTest, StoresReachTheFlashWhenTheMappingGoes)
     close(descriptor);
     EXPECT_EQ(steps(), (Names{"open environment", "map environment", "unmap environment",
                               "close environment"}));
+}
+
+TEST_F(EnvironmentPartitionTest, IsTheStartOfItsFlashPart)
+{
+    const uint32_t place = 0x40000 + 0x40000;
+    EXPECT_EQ(partition().bytes(), Bytes(size)) << "no variables";
+    const int part = open("/dev/mtd2", O_RDWR);
+    erase_info_user all = {0, 0x10000};
+    EXPECT_EQ(ioctl(part, MEMERASE, &all), 0);
+    EXPECT_EQ(partition().bytes(), Bytes(size, 0xFF));
+    EXPECT_EQ(write(part, "ab", 2), 2);
+    const int block = open(node, O_RDWR);
+    EXPECT_EQ(pwrite(block, "cd", 2, 1), 2);
+    close(block);
+    char seen[4] = {};
+    EXPECT_EQ(pread(part, seen, 4, 0), 4);
+    EXPECT_EQ(std::string(seen, 4), "acd\xFF");
+    EXPECT_EQ(board.flash().contents()[place + 2], 'd');
+    EXPECT_EQ(board.flash().contents()[place + size], 0xFF);
+    close(part);
+
+    // On a file of its own it is another one.
+    char name[] = "/tmp/environment_XXXXXX";
+    close(mkstemp(name));
+    partition().back_with(name);
+    partition().set_bytes(pattern());
+    EXPECT_EQ(board.flash().contents()[place], 'a');
+    std::filesystem::remove(name);
 }
 
 TEST_F(EnvironmentPartitionTest, DoesNotMapMoreThanItHolds)

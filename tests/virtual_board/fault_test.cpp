@@ -266,6 +266,22 @@ TEST_F(FaultKindTest, OpenSeekAndMapCanFail)
     board.close(*cpld);
 }
 
+TEST(FaultTimeTest, ADelayHoldsItsCallerUpInRealTime)
+{
+    Board board({}, virtual_board::Clock::Mode::real_time);
+    Fault fault = at("fpga", Operation::read);
+    fault.kind = Kind::delay;
+    fault.value = 3000;
+    board.faults.add(fault);
+    std::shared_ptr<OpenFile> file;
+    ASSERT_EQ(board.open("/dev/ipmc_fpga", 0, file), 0);
+    uint8_t record[] = {0x61, 0, 0, 0, 0, 0, 0};
+    const uint64_t start = board.clock.now_us();
+    board.read(*file, record, 1);
+    EXPECT_GE(board.clock.now_us() - start, 3000U);
+    board.close(*file);
+}
+
 // The same seed and the same calls leave the same trace.
 TEST(FaultTraceTest, IsReproducible)
 {

@@ -5,6 +5,7 @@
 #include <stdlib.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <memory>
 #include <sstream>
 
@@ -74,6 +75,38 @@ protected:
     }
 
     void pass_ms(unsigned duration) { usleep(duration * 1000); }
+
+    // What the host has printed; empty if nothing.
+    static std::string console()
+    {
+        std::string text;
+        uint32_t length = 0;
+        uint32_t offset = 0;
+        if (get_sol_data_prepare(&length, &offset) != 0) {
+            return text;
+        }
+        for (uint32_t i = 0; i < length; i += 4) {
+            uint32_t word = 0;
+            get_sol_data(&word);
+            text.append(reinterpret_cast<const char *>(&word), std::min(4U, length - i));
+        }
+        set_sol_data_done();
+        return text;
+    }
+
+    // Fetches so many bytes of the black box.
+    static std::string black_box(uint32_t size)
+    {
+        std::string text;
+        get_blackbox_data_prepare(0, 0);
+        for (uint32_t i = 0; i < size; i += 4) {
+            uint32_t word = 0;
+            get_blackbox_data(&word);
+            text.append(reinterpret_cast<const char *>(&word), std::min(4U, size - i));
+        }
+        set_blackbox_data_done();
+        return text;
+    }
 
 private:
     FILE *told_ = nullptr;
@@ -301,6 +334,169 @@ TEST_F(HostScriptTest, FailsAPowerStateThatDoesNotCome)
     EXPECT_TRUE(ends_with_summary(text, "0 exchanges, 2 checks, 1 failed"));
 }
 
+TEST_F(HostScriptTest, PrintsLinesOneAfterTheOther)
+{
+    start("console [    0.1]  one \n console two\n");
+    pass_ms(500);
+    EXPECT_EQ(told(), "host  | prints    [    0.1]  one\n") << "until the controller takes it";
+    EXPECT_EQ(console(), "[    0.1]  one\r\n");
+    EXPECT_EQ(console(), "");
+    pass_ms(100);
+    EXPECT_EQ(told(), "host  | prints    two\n");
+    EXPECT_EQ(console(), "two\r\n");
+    pass_ms(100);
+    EXPECT_TRUE(ends_with_summary(told(), "0 exchanges, 2 checks, 0 failed"));
+}
+
+TEST_F(HostScriptTest, FailsAConsoleThatNobodyTakes)
+{
+    start("console one\n");
+    pass_ms(9900);
+    EXPECT_FALSE(script().finished());
+    pass_ms(200);
+    const std::string text = told();
+    EXPECT_NE(text.find("FAILED, line 1: nobody takes what the console prints\n"),
+              std::string::npos);
+    EXPECT_TRUE(ends_with_summary(text, "0 exchanges, 1 checks, 1 failed"));
+}
+
+TEST_F(HostScriptTest, ReceivesWhatTheUartSendsToTheHost)
+{
+    start("serial-switch 2\nexpect-input root  now\nexpect-input pass\nexpect-input third\n");
+    ASSERT_GT(uart_init(0, 0), 0);
+    pass_ms(10);
+    EXPECT_EQ(told(), "board | the serial switch stands at arrangement 2\n");
+    const auto send = [](const std::string &text) {
+        return uart_write(0, reinterpret_cast<const uint8_t *>(text.data()),
+                          static_cast<uint32_t>(text.size()));
+    };
+    EXPECT_EQ(send("root  n"), 7);
+    pass_ms(100);
+    EXPECT_EQ(told(), "") << "that is no line yet";
+    EXPECT_EQ(send("ow\r\npas\n"), 8);
+    pass_ms(100);
+    EXPECT_EQ(told(), "host  | receives  root  now\n"
+                      "host  | receives  pas\n"
+                      "host  | FAILED, line 3: expected: pass\n");
+    pass_ms(11000);
+    EXPECT_NE(told().find("FAILED, line 4: nothing comes\n"), std::string::npos);
+    uart_close(0);
+}
+
+TEST_F(HostScriptTest, JoinsThePanelAndTheUart)
+{
+    ASSERT_GT(uart_init(0, 0), 0);
+    start("serial-switch 1\npanel are you there\nexpect-panel yes\npanel nobody reads this\n");
+    pass_ms(10);
+    uint8_t typed[32];
+    EXPECT_EQ(uart_read(0, typed, sizeof(typed)), 14);
+    EXPECT_EQ(std::string(typed, typed + 14), "are you there\r");
+    const uint8_t answer[] = {'y', 'e', 's', '\r', '\n'};
+    EXPECT_EQ(uart_write(0, answer, sizeof(answer)), 5);
+    pass_ms(200);
+    EXPECT_EQ(told(), "board | the serial switch stands at arrangement 1\n"
+                      "panel | types     are you there\n"
+                      "panel | shows     yes\n"
+                      "panel | types     nobody reads this\n");
+    pass_ms(11000);
+    EXPECT_NE(told().find("FAILED, line 4: nobody reads the controller's UART\n"),
+              std::string::npos);
+    uart_close(0);
+}
+
+TEST_F(HostScriptTest, TellsAPanelThatLeadsElsewhere)
+{
+    start("serial-switch 6\npanel hello\nserial-switch 3\npanel host\nexpect-input host\n");
+    pass_ms(1000);
+    EXPECT_TRUE(told().starts_with("board | the serial switch stands at arrangement 6\n"
+                                   "panel | types     hello\n"
+                                   "board | the panel's connector leads nowhere: nobody hears it\n"
+                                   "board | the serial switch stands at arrangement 3\n"
+                                   "panel | types     host\n"
+                                   "host  | receives  host\n"));
+    EXPECT_TRUE(script().succeeded());
+}
+
+TEST_F(HostScriptTest, ChangesTheRateAndWaitsForTheUart)
+{
+    ASSERT_GT(uart_init(0, 0), 0);
+    start("baud 24\nexpect-baud 4800\nexpect-baud 9600\n");
+    pass_ms(500);
+    EXPECT_EQ(told(), "host  | sets its serial port to 4800 baud\n"
+                      "board | the FPGA prescribes divisor 24 of 115200 baud\n");
+    update_uart_baud(0);
+    pass_ms(100);
+    EXPECT_EQ(told(), "board | the controller's UART runs at 4800 baud\n");
+    pass_ms(11000);
+    EXPECT_NE(told().find("FAILED, line 3: the controller's UART does not run at 9600 baud\n"),
+              std::string::npos);
+    uart_close(0);
+}
+
+TEST_F(HostScriptTest, CrashesAndWaitsForTheBlackBox)
+{
+    set_blackbox_status(1);
+    start("console one\ncrash Panic\n");
+    pass_ms(10);
+    EXPECT_EQ(console(), "one\r\n");
+    told();
+    pass_ms(100);
+    EXPECT_EQ(told(), "host  | CRASH: Panic\n"
+                      "board | the black box records the last 10 bytes of the console\n");
+    EXPECT_EQ(console(), "Panic\r\n");
+    uint32_t present = 0;
+    EXPECT_EQ(get_blackbox_data_lenth(&present), 0);
+    EXPECT_EQ(present, 1U);
+    EXPECT_EQ(black_box(8), "one\nPani") << "not all of it";
+    pass_ms(1000);
+    EXPECT_FALSE(script().finished());
+    EXPECT_EQ(black_box(10), "one\nPanic\n");
+    pass_ms(200);
+    EXPECT_FALSE(script().finished()) << "it may be fetched once more";
+    EXPECT_EQ(black_box(10), "one\nPanic\n");
+    pass_ms(250);
+    EXPECT_FALSE(script().finished());
+    pass_ms(250);
+    EXPECT_TRUE(script().succeeded());
+}
+
+TEST_F(HostScriptTest, FailsACrashThatNobodyFetches)
+{
+    set_blackbox_status(1);
+    start("crash Panic\n");
+    pass_ms(10);
+    console();
+    pass_ms(11000);
+    EXPECT_NE(told().find("FAILED, line 1: nobody fetches the black box\n"), std::string::npos);
+}
+
+TEST_F(HostScriptTest, CrashesWithoutABlackBox)
+{
+    start("crash Panic\n");
+    pass_ms(10);
+    EXPECT_EQ(told(), "host  | CRASH: Panic\n"
+                      "board | the black box is off: nothing is recorded\n");
+    EXPECT_EQ(console(), "Panic\r\n");
+    pass_ms(100);
+    EXPECT_TRUE(script().succeeded());
+    EXPECT_FALSE(board.black_box().present());
+}
+
+TEST_F(HostScriptTest, RecordsOnlyTheLastWords)
+{
+    set_blackbox_status(1);
+    start("console " + std::string(900, 'a') + "\nconsole " + std::string(900, 'b') + "\ncrash " +
+          std::string(900, 'c') + "\n");
+    for (int i = 0; i < 3; ++i) {
+        pass_ms(100);
+        console();
+    }
+    EXPECT_EQ(black_box(2048), std::string(245, 'a') + "\n" + std::string(900, 'b') + "\n" +
+                                   std::string(900, 'c') + "\n");
+    pass_ms(500);
+    EXPECT_TRUE(script().succeeded());
+}
+
 TEST_F(HostScriptTest, WritesHeadingsWithTheTime)
 {
     start("wait 1500ms\nsay Half past one\n");
@@ -378,6 +574,20 @@ const BadLine bad_lines[] = {
      "wait: it is \"wait power on TIME\" or \"wait power off TIME\""},
     {"PressAlone", "press", "press: one time is needed"},
     {"PressTwice", "press 1s 1s", "press: one time is needed"},
+    {"ConsoleNothing", "console ", "console: a text is missing"},
+    {"InputNothing", "expect-input", "expect-input: a text is missing"},
+    {"PanelNothing", "panel", "panel: a text is missing"},
+    {"PanelShowsNothing", "expect-panel", "expect-panel: a text is missing"},
+    {"CrashNothing", "crash", "crash: a text is missing"},
+    {"BaudAlone", "baud", "baud: one divisor is needed"},
+    {"BaudZero", "baud 0", "baud: a divisor is 1 to 115200"},
+    {"BaudHuge", "baud 115201", "baud: a divisor is 1 to 115200"},
+    {"BaudWord", "baud fast", "baud: \"fast\" is no number"},
+    {"RateAlone", "expect-baud", "expect-baud: one rate is needed"},
+    {"RateUnknown", "expect-baud 7200", "expect-baud: no terminal has this rate"},
+    {"RateNegative", "expect-baud -1", "expect-baud: \"-1\" is no number"},
+    {"SwitchAlone", "serial-switch", "serial-switch: one arrangement is needed"},
+    {"SwitchBeyond", "serial-switch 16", "serial-switch: an arrangement is 0 to 15"},
     {"LockWhat", "lock-button now", "lock-button: nothing may follow"},
     {"UnlockWhat", "unlock-button now", "unlock-button: nothing may follow"},
 };

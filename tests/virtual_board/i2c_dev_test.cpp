@@ -105,10 +105,11 @@ TEST_F(I2cDevTest, TellsItsFunctions)
     EXPECT_EQ(call(I2C_FUNCS, &functions), 0);
     for (const uint32_t function : std::initializer_list<uint32_t>{
              I2C_FUNC_I2C, I2C_FUNC_SMBUS_QUICK, I2C_FUNC_SMBUS_BYTE, I2C_FUNC_SMBUS_BYTE_DATA,
-             I2C_FUNC_SMBUS_WORD_DATA, I2C_FUNC_SMBUS_BLOCK_DATA, I2C_FUNC_SMBUS_I2C_BLOCK}) {
-        EXPECT_EQ(functions & function, function);
+             I2C_FUNC_SMBUS_WORD_DATA, I2C_FUNC_SMBUS_PROC_CALL, I2C_FUNC_SMBUS_BLOCK_DATA,
+             I2C_FUNC_SMBUS_BLOCK_PROC_CALL, I2C_FUNC_SMBUS_I2C_BLOCK, I2C_FUNC_SMBUS_PEC}) {
+        EXPECT_EQ(functions & function, function) << function;
     }
-    EXPECT_EQ(functions & (I2C_FUNC_10BIT_ADDR | I2C_FUNC_SMBUS_PEC), 0UL);
+    EXPECT_EQ(functions & I2C_FUNC_10BIT_ADDR, 0UL);
 }
 
 TEST_F(I2cDevTest, CombinedTransferAnswersItsMessages)
@@ -323,6 +324,90 @@ TEST_F(I2cDevTest, SmbusErrorsAreTheBusErrors)
         << "a temperature is read-only";
 }
 
+TEST_F(I2cDevTest, CallsSendAndReceive)
+{
+    const auto chip = std::make_shared<BlockChip>();
+    board.i2c(2).plug(nobody, chip);
+    choose(nobody);
+    i2c_smbus_data data = {};
+    data.word = 0x2221;
+    EXPECT_EQ(smbus(I2C_SMBUS_WRITE, 0x10, I2C_SMBUS_PROC_CALL, &data), 0);
+    EXPECT_EQ(chip->written, (Bytes{0x10, 0x21, 0x22}));
+    EXPECT_EQ(data.word, 0x0A03);
+    data.word = 0x2423;
+    EXPECT_EQ(smbus(I2C_SMBUS_READ, 0x18, I2C_SMBUS_PROC_CALL, &data), 0);
+    EXPECT_EQ(chip->written, (Bytes{0x10, 0x21, 0x22, 0x18, 0x23, 0x24})) << "either direction";
+    EXPECT_EQ(data.word, 0x0A03);
+
+    chip->written.clear();
+    data.block[0] = 2;
+    data.block[1] = 0x31;
+    data.block[2] = 0x32;
+    EXPECT_EQ(smbus(I2C_SMBUS_WRITE, 0x11, I2C_SMBUS_BLOCK_PROC_CALL, &data), 0);
+    EXPECT_EQ(chip->written, (Bytes{0x11, 2, 0x31, 0x32}));
+    EXPECT_EQ(Bytes(data.block, data.block + 4), (Bytes{3, 0x0A, 0x0B, 0x0C}));
+
+    chip->written.clear();
+    data.block[0] = 33;
+    EXPECT_EQ(smbus(I2C_SMBUS_WRITE, 0x11, I2C_SMBUS_BLOCK_PROC_CALL, &data), -EINVAL);
+    EXPECT_EQ(smbus(I2C_SMBUS_WRITE, 0x11, I2C_SMBUS_PROC_CALL, nullptr), -EINVAL);
+    EXPECT_TRUE(chip->written.empty());
+}
+
+// The sums are those of SMBus's polynomial over address, command and data.
+TEST_F(I2cDevTest, ChecksumsEndTheTransfersThatHaveThem)
+{
+    const auto chip = std::make_shared<BlockChip>();
+    board.i2c(2).plug(nobody, chip);
+    choose(nobody);
+    EXPECT_EQ(call(I2C_PEC, reinterpret_cast<void *>(uintptr_t{1})), 0);
+    i2c_smbus_data data = {};
+    data.byte = 0x5A;
+    EXPECT_EQ(smbus(I2C_SMBUS_WRITE, 0x10, I2C_SMBUS_BYTE_DATA, &data), 0);
+    EXPECT_EQ(chip->written, (Bytes{0x10, 0x5A, 0x6E}));
+
+    chip->written.clear();
+    chip->block = {0x77, 0x5F};
+    EXPECT_EQ(smbus(I2C_SMBUS_READ, 0x10, I2C_SMBUS_BYTE_DATA, &data), 0);
+    EXPECT_EQ(data.byte, 0x77);
+    EXPECT_EQ(chip->written, Bytes{0x10});
+    chip->block[1] ^= 0x01;
+    data.byte = 0xEE;
+    EXPECT_EQ(smbus(I2C_SMBUS_READ, 0x10, I2C_SMBUS_BYTE_DATA, &data), -EBADMSG);
+    EXPECT_EQ(data.byte, 0xEE) << "a wrong answer is none";
+
+    chip->block = {2, 0x0A, 0x0B, 0x1F};
+    EXPECT_EQ(smbus(I2C_SMBUS_READ, 0x12, I2C_SMBUS_BLOCK_DATA, &data), 0);
+    EXPECT_EQ(Bytes(data.block, data.block + 3), (Bytes{2, 0x0A, 0x0B}));
+    chip->block[3] = 0;
+    EXPECT_EQ(smbus(I2C_SMBUS_READ, 0x12, I2C_SMBUS_BLOCK_DATA, &data), -EBADMSG);
+
+    chip->written.clear();
+    data.block[0] = 1;
+    data.block[1] = 0x42;
+    EXPECT_EQ(smbus(I2C_SMBUS_WRITE, 0x13, I2C_SMBUS_I2C_BLOCK_DATA, &data), 0);
+    EXPECT_EQ(chip->written, (Bytes{0x13, 0x42})) << "a block of I2C has no checksum";
+    EXPECT_EQ(call(I2C_PEC, nullptr), 0);
+    EXPECT_EQ(smbus(I2C_SMBUS_READ, 0x12, I2C_SMBUS_BLOCK_DATA, &data), 0);
+}
+
+TEST_F(I2cDevTest, TenBitAddressesAreTakenAndNobodyAnswersThem)
+{
+    EXPECT_EQ(call(I2C_TENBIT, reinterpret_cast<void *>(uintptr_t{1})), 0);
+    EXPECT_EQ(choose(0x350), 0);
+    EXPECT_EQ(choose(0x400), -EINVAL);
+    i2c_smbus_data data = {};
+    EXPECT_EQ(smbus(I2C_SMBUS_READ, 0, I2C_SMBUS_BYTE, &data), -ENXIO);
+    EXPECT_EQ(choose(eeprom), 0) << "a number of its own, not the chip's";
+    EXPECT_EQ(write(fd, offset.data(), 2), -1);
+    EXPECT_EQ(errno, ENXIO);
+    EXPECT_EQ(read(fd, two.data(), 2), -1);
+    EXPECT_EQ(errno, ENXIO);
+    EXPECT_EQ(call(I2C_TENBIT, nullptr), 0);
+    EXPECT_EQ(choose(0x350), -EINVAL);
+    EXPECT_EQ(write(fd, offset.data(), 2), 2);
+}
+
 TEST_F(I2cDevTest, AdapterSettings)
 {
     const auto with = [this](unsigned long request, uintptr_t value) {
@@ -330,10 +415,6 @@ TEST_F(I2cDevTest, AdapterSettings)
     };
     EXPECT_EQ(with(I2C_RETRIES, 3), 0);
     EXPECT_EQ(with(I2C_TIMEOUT, 10), 0);
-    EXPECT_EQ(with(I2C_TENBIT, 0), 0);
-    EXPECT_EQ(with(I2C_TENBIT, 1), -EINVAL);
-    EXPECT_EQ(with(I2C_PEC, 0), 0);
-    EXPECT_EQ(with(I2C_PEC, 1), -EINVAL);
     EXPECT_EQ(with(0x07FF, 0), -ENOTTY);
 }
 

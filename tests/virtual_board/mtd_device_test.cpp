@@ -5,6 +5,7 @@
 #include <mtd/mtd-user.h>
 #include <sys/ioctl.h>
 #include <sys/stat.h>
+#include <sys/sysmacros.h>
 #include <unistd.h>
 
 #include "tests/support/board_test.h"
@@ -203,6 +204,58 @@ TEST_F(StrictMtdDeviceTest, StricterDriverWantsItOpenedForWriting)
     ASSERT_GE(open_node("/dev/mtd1", O_RDWR), 0);
     EXPECT_EQ(write_at(0, {0}), 1);
     EXPECT_EQ(erase(0, 0x1000), 0);
+}
+
+TEST_F(MtdDeviceTest, ListsWhatIsThere)
+{
+    const auto list = [] {
+        char text[256] = {};
+        const int file = open("/proc/mtd", O_RDONLY);
+        EXPECT_GT(read(file, text, sizeof(text) - 1), 0);
+        EXPECT_EQ(read(file, text, 1), 0);
+        EXPECT_EQ(lseek(file, 1, SEEK_SET), 1);
+        char second = 0;
+        EXPECT_EQ(read(file, &second, 1), 1);
+        EXPECT_EQ(second, text[1]);
+        EXPECT_EQ(lseek(file, 0, SEEK_END), -1);
+        EXPECT_EQ(lseek(file, -1, SEEK_SET), -1);
+        EXPECT_EQ(write(file, "x", 1), -1);
+        close(file);
+        return std::string(text);
+    };
+    const std::string parts = "dev:    size   erasesize  name\n"
+                              "mtd0: 00002000 00001000 \"boot\"\n"
+                              "mtd1: 00004000 00001000 \"boot-spare\"\n";
+    EXPECT_EQ(list(), parts);
+    board.modules().run({"/sbin/insmod", "/ko/m25p80.ko"});
+    EXPECT_EQ(list(), parts + "mtd6: 00004000 00001000 \"bios\"\n");
+    struct stat status = {};
+    EXPECT_EQ(stat("/proc/mtd", &status), 0);
+    EXPECT_TRUE(S_ISREG(status.st_mode));
+    EXPECT_EQ(access("/sys/class/mtd", F_OK), -1) << "programs take the list then";
+    EXPECT_EQ(errno, ENOENT);
+}
+
+TEST_F(MtdDeviceTest, TellsItsNumbers)
+{
+    struct stat status = {};
+    ASSERT_EQ(stat("/dev/mtd1", &status), 0);
+    EXPECT_TRUE(S_ISCHR(status.st_mode));
+    EXPECT_EQ(status.st_rdev, makedev(90, 2));
+}
+
+TEST_F(MtdDeviceTest, HasNoneOfWhatNandHas)
+{
+    open_node();
+    mtd_ecc_stats errors = {1, 1, 1, 1};
+    EXPECT_EQ(ioctl(file_, ECCGETSTATS, &errors), 0);
+    EXPECT_EQ(errors.corrected + errors.failed + errors.badblocks + errors.bbtblocks, 0U);
+    uint8_t record[256] = {};
+    for (const unsigned long request : std::initializer_list<unsigned long>{
+             MEMGETBADBLOCK, MEMSETBADBLOCK, MEMREADOOB, MEMWRITEOOB, ECCGETLAYOUT, MEMGETOOBSEL}) {
+        EXPECT_EQ(ioctl(file_, request, record), -1) << request;
+        EXPECT_EQ(errno, EOPNOTSUPP) << request;
+    }
 }
 
 TEST_F(MtdDeviceTest, PartitionsFollowThePersonality)

@@ -95,6 +95,19 @@ TEST_F(NorFlashTest, TakesTimeOnlyIfAsked)
     EXPECT_EQ(clock.now_us(), 1006000U);
 }
 
+// In real mode the caller is held up, so that people see an update take its time.
+TEST(NorFlashTimeTest, HoldsItsCallerUpInRealTime)
+{
+    virtual_board::Clock clock(virtual_board::Clock::Mode::real_time);
+    NorFlash flash(clock, {.size = 0x4000, .erase_size = 0x1000});
+    flash.set_timing({.erase_block_us = 2000, .program_kib_us = 3000});
+    const uint64_t start = clock.now_us();
+    flash.erase(0, 0x2000);
+    EXPECT_GE(clock.now_us() - start, 4000U);
+    flash.program(0, Bytes(1024, 0).data(), 1024);
+    EXPECT_GE(clock.now_us() - start, 7000U);
+}
+
 TEST_F(NorFlashTest, PowerCutStopsProgrammingInTheMiddle)
 {
     flash.cut_power_after(3);

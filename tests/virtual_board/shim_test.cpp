@@ -6,6 +6,7 @@
 #include <errno.h>
 #include <fcntl.h>
 #include <limits.h>
+#include <linux/close_range.h>
 #include <stdio.h>
 #include <stdlib.h>
 #include <string.h>
@@ -20,7 +21,7 @@
 #include <functional>
 #include <thread>
 
-#include "tests/support/board_test.h"
+#include "tests/virtual_board/shim_support.h"
 
 // What fortified programs call.
 extern "C" {
@@ -35,49 +36,6 @@ ssize_t __pread64_chk(int descriptor, void *buffer, size_t count, off64_t offset
 
 namespace board_test {
 namespace {
-
-constexpr char fpga_node[] = "/dev/ipmc_fpga";
-constexpr char cpld_node[] = "/dev/ipmc_cpld";
-constexpr char missing_node[] = "/dev/mtd9";
-constexpr int quiet_errno = 12345;
-
-// What goes to standard error in its lifetime.
-class CapturedError {
-public:
-    CapturedError() : memory_(memfd_create("stderr", MFD_CLOEXEC)), stderr_(dup(2))
-    {
-        dup2(memory_, 2);
-    }
-    ~CapturedError()
-    {
-        dup2(stderr_, 2);
-        close(stderr_);
-        close(memory_);
-    }
-    std::string text() const
-    {
-        char buffer[4096];
-        const ssize_t got = pread(memory_, buffer, sizeof(buffer), 0);
-        return {buffer, static_cast<size_t>(got)};
-    }
-
-private:
-    int memory_;
-    int stderr_;
-};
-
-// An ordinary file of the machine.
-class OrdinaryFile {
-public:
-    OrdinaryFile() : descriptor(mkstemp(path)) {}
-    ~OrdinaryFile()
-    {
-        close(descriptor);
-        unlink(path);
-    }
-    char path[32] = "/tmp/shim_test.XXXXXX";
-    int descriptor;
-};
 
 // Bytes of the reserved RAM, read through a descriptor.
 std::string ram_through(int descriptor, size_t count)
@@ -137,6 +95,8 @@ const Opener openers[] = {
     {"openat64", [](const char *path) { return closing(openat64(AT_FDCWD, path, O_RDWR)); }},
     {"openat_2", [](const char *path) { return closing(__openat_2(AT_FDCWD, path, O_RDWR)); }},
     {"openat64_2", [](const char *path) { return closing(__openat64_2(AT_FDCWD, path, O_RDWR)); }},
+    {"creat", [](const char *path) { return closing(creat(path, 0600)); }},
+    {"creat64", [](const char *path) { return closing(creat64(path, 0600)); }},
     {"fopen", [](const char *path) { return closing(fopen(path, "rb+")); }},
     {"fopen64", [](const char *path) { return closing(fopen64(path, "rb+")); }},
 };
@@ -381,53 +341,6 @@ TEST_F(ShimTest, AnInvalidStreamModeLeavesNothingOpen)
     EXPECT_EQ(board.open_files(), 0U);
 }
 
-// ---- status ----
-
-template <typename Status, typename Call> void expect_character_device(Call call)
-{
-    Status status;
-    memset(&status, 0xA5, sizeof(status));
-    errno = quiet_errno;
-    EXPECT_EQ(call(&status), 0);
-    EXPECT_TRUE(S_ISCHR(status.st_mode));
-    EXPECT_EQ(status.st_size, 0);
-    EXPECT_EQ(status.st_nlink, 1U);
-    EXPECT_EQ(errno, quiet_errno);
-}
-
-TEST_F(ShimTest, EveryStatusVariantDescribesTheDevice)
-{
-    const int fpga = open(fpga_node, O_RDWR);
-    using Narrow = struct stat;
-    using Wide = struct stat64;
-    expect_character_device<Narrow>([](Narrow *to) { return stat(fpga_node, to); });
-    expect_character_device<Narrow>([](Narrow *to) { return lstat(fpga_node, to); });
-    expect_character_device<Narrow>([fpga](Narrow *to) { return fstat(fpga, to); });
-    expect_character_device<Wide>([](Wide *to) { return stat64(fpga_node, to); });
-    expect_character_device<Wide>([](Wide *to) { return lstat64(fpga_node, to); });
-    expect_character_device<Wide>([fpga](Wide *to) { return fstat64(fpga, to); });
-    close(fpga);
-}
-
-TEST_F(ShimTest, StatusOfAMissingNodeFailsAndTouchesNothing)
-{
-    const CapturedError error;
-    struct stat status = {};
-    struct stat64 wide = {};
-    for (const auto &call :
-         std::initializer_list<std::function<int()>>{[&] { return stat(missing_node, &status); },
-                                                     [&] { return lstat(missing_node, &status); },
-                                                     [&] { return stat64(missing_node, &wide); },
-                                                     [&] { return lstat64(missing_node, &wide); },
-                                                     [&] { return access(missing_node, F_OK); }}) {
-        errno = 0;
-        EXPECT_EQ(call(), -1);
-        EXPECT_EQ(errno, ENOENT);
-    }
-    EXPECT_EQ(status.st_nlink, 0U);
-    EXPECT_EQ(error.text(), "") << "asking is no mistake";
-}
-
 // ---- duplicates ----
 
 struct Duplicator {
@@ -467,6 +380,30 @@ TEST_P(DuplicatorTest, SharesOneOpenFileUntilTheLastIsClosed)
     EXPECT_EQ(board.open_files(), 1U);
     EXPECT_EQ(close(second), 0);
     EXPECT_EQ(board.trace.count(Operation::close, "fpga"), 1U);
+}
+
+TEST_F(ShimTest, ClosesWholeRangesOfDescriptors)
+{
+    const int fpga = open(fpga_node, O_RDWR);
+    const int cpld = open(cpld_node, O_RDWR);
+    ASSERT_EQ(dup2(fpga, 900), 900);
+    ASSERT_EQ(dup2(cpld, 910), 910);
+    close(fpga);
+    close(cpld);
+    closefrom(911);
+    EXPECT_EQ(close_range(900, 910, CLOSE_RANGE_CLOEXEC), 0);
+    EXPECT_EQ(board.open_files(), 2U);
+    EXPECT_EQ(close_range(800, 909, 0), 0);
+    EXPECT_EQ(board.trace.count(Operation::close, "fpga"), 1U);
+    EXPECT_EQ(board.open_files(), 1U);
+    const OrdinaryFile file;
+    ASSERT_EQ(dup2(file.descriptor, 900), 900);
+    struct stat status = {};
+    EXPECT_EQ(fstat(900, &status), 0);
+    EXPECT_TRUE(S_ISREG(status.st_mode));
+    closefrom(900);
+    EXPECT_EQ(board.open_files(), 0U);
+    EXPECT_EQ(fcntl(910, F_GETFD), -1);
 }
 
 TEST_F(ShimTest, Dup2ReplacesWhatWasThere)

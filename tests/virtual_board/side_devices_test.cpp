@@ -153,17 +153,89 @@ TEST_F(SideDevicesTest, SpiRefusesWhatSpidevRefuses)
     const int spi = device("/dev/spi");
     Bytes bytes(4097);
     spi_ioc_transfer transfer = {};
-    transfer.len = 4;
-    EXPECT_EQ(ioctl(spi, SPI_IOC_MESSAGE(1), &transfer), -1);
-    EXPECT_EQ(errno, EFAULT);
     transfer.tx_buf = reinterpret_cast<uintptr_t>(bytes.data());
     transfer.len = 4097;
     EXPECT_EQ(ioctl(spi, SPI_IOC_MESSAGE(1), &transfer), -1);
     EXPECT_EQ(errno, EMSGSIZE);
-    spi_ioc_transfer two[2] = {};
+    spi_ioc_transfer two[2] = {transfer, transfer};
+    two[0].len = 4096;
+    two[1].len = 1;
     EXPECT_EQ(ioctl(spi, SPI_IOC_MESSAGE(2), two), -1);
+    EXPECT_EQ(errno, EMSGSIZE) << "both together";
+    EXPECT_EQ(ioctl(spi, _IOW(SPI_IOC_MAGIC, 0, char[33]), two), -1);
     EXPECT_EQ(errno, ENOTTY);
+    EXPECT_EQ(write(spi, bytes.data(), 4097), -1);
+    EXPECT_EQ(errno, EMSGSIZE);
     EXPECT_TRUE(board.spi().transfers().empty());
+    EXPECT_TRUE(board.spi().stream().empty());
+}
+
+TEST_F(SideDevicesTest, SpiMovesSeveralTransfersOfOneMessage)
+{
+    const int spi = device("/dev/spi");
+    uint8_t sent[] = {1, 2, 3};
+    Bytes received(5, 0xEE);
+    spi_ioc_transfer message[2] = {};
+    message[0].tx_buf = reinterpret_cast<uintptr_t>(sent);
+    message[0].len = 3;
+    message[1].rx_buf = reinterpret_cast<uintptr_t>(received.data());
+    message[1].len = 4;
+    EXPECT_EQ(ioctl(spi, SPI_IOC_MESSAGE(2), message), 7);
+    EXPECT_EQ(board.spi().stream(), (Bytes{1, 2, 3, 0, 0, 0, 0}));
+    EXPECT_EQ(received, (Bytes{0xFF, 0xFF, 0xFF, 0xFF, 0xEE})) << "nobody drives the line";
+    ASSERT_EQ(board.spi().transfers().size(), 2U);
+    EXPECT_FALSE(board.spi().transfers()[0].receives);
+    EXPECT_TRUE(board.spi().transfers()[1].receives);
+}
+
+TEST_F(SideDevicesTest, SpiReadsAndWritesWithoutAMessage)
+{
+    const int spi = device("/dev/spi");
+    EXPECT_EQ(write(spi, "ab", 2), 2);
+    uint8_t received[2] = {};
+    EXPECT_EQ(read(spi, received, 2), 2);
+    EXPECT_EQ(received[1], 0xFF);
+    EXPECT_EQ(board.spi().stream(), (Bytes{'a', 'b', 0, 0}));
+}
+
+TEST_F(SideDevicesTest, SpiTellsItsSettings)
+{
+    const int spi = device("/dev/spi");
+    uint8_t byte = 0xEE;
+    uint32_t word = 0xEEEEEEEE;
+    EXPECT_EQ(ioctl(spi, SPI_IOC_RD_MODE, &byte), 0);
+    EXPECT_EQ(byte, SPI_MODE_0);
+    EXPECT_EQ(ioctl(spi, SPI_IOC_RD_BITS_PER_WORD, &byte), 0);
+    EXPECT_EQ(byte, 8);
+    EXPECT_EQ(ioctl(spi, SPI_IOC_RD_MAX_SPEED_HZ, &word), 0);
+    EXPECT_EQ(word, 50000000U);
+    EXPECT_FALSE(board.spi().mode().has_value()) << "asked, not set";
+
+    byte = SPI_MODE_3;
+    EXPECT_EQ(ioctl(spi, SPI_IOC_WR_MODE, &byte), 0);
+    byte = 1;
+    EXPECT_EQ(ioctl(spi, SPI_IOC_WR_LSB_FIRST, &byte), 0);
+    EXPECT_EQ(ioctl(spi, SPI_IOC_RD_MODE32, &word), 0);
+    EXPECT_EQ(word, uint32_t{SPI_MODE_3 | SPI_LSB_FIRST});
+    byte = 0;
+    EXPECT_EQ(ioctl(spi, SPI_IOC_RD_LSB_FIRST, &byte), 0);
+    EXPECT_EQ(byte, 1);
+    byte = 0;
+    EXPECT_EQ(ioctl(spi, SPI_IOC_WR_LSB_FIRST, &byte), 0);
+    EXPECT_EQ(board.spi().mode(), SPI_MODE_3);
+    word = SPI_MODE_1;
+    EXPECT_EQ(ioctl(spi, SPI_IOC_WR_MODE32, &word), 0);
+    EXPECT_EQ(board.spi().mode(), SPI_MODE_1);
+    byte = 16;
+    word = 1000000;
+    EXPECT_EQ(ioctl(spi, SPI_IOC_WR_BITS_PER_WORD, &byte), 0);
+    EXPECT_EQ(ioctl(spi, SPI_IOC_WR_MAX_SPEED_HZ, &word), 0);
+    byte = 0;
+    word = 0;
+    EXPECT_EQ(ioctl(spi, SPI_IOC_RD_BITS_PER_WORD, &byte), 0);
+    EXPECT_EQ(ioctl(spi, SPI_IOC_RD_MAX_SPEED_HZ, &word), 0);
+    EXPECT_EQ(byte, 16);
+    EXPECT_EQ(word, 1000000U);
 }
 
 // ---- serial port ----

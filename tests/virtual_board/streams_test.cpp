@@ -141,6 +141,26 @@ TEST_F(StreamsTest, BlackBoxYieldsTheAskedPiece)
     EXPECT_EQ(get(421), 0U) << "behind the record";
 }
 
+TEST_F(StreamsTest, BlackBoxKnowsWhetherAllOfItWasFetched)
+{
+    put(292, 3);
+    board.black_box().crash({1, 2, 3, 4, 5});
+    const auto fetch_from = [this](uint32_t first) {
+        put(418, first);
+        put(416, 1);
+        put(416, 0);
+        get(421);
+    };
+    fetch_from(1);
+    EXPECT_FALSE(board.black_box().taken()) << "the first byte is missing";
+    fetch_from(0);
+    EXPECT_FALSE(board.black_box().taken());
+    fetch_from(4);
+    EXPECT_TRUE(board.black_box().taken());
+    board.black_box().crash({1, 2, 3, 4, 5});
+    EXPECT_FALSE(board.black_box().taken()) << "that is another record";
+}
+
 TEST_F(StreamsTest, BlackBoxWithoutARecordDoesNotGetReady)
 {
     put(416, 1);

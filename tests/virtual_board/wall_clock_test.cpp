@@ -1,5 +1,7 @@
 // The board's system clock.
 
+#include <errno.h>
+#include <sys/syscall.h>
 #include <sys/time.h>
 #include <time.h>
 #include <unistd.h>
@@ -51,6 +53,21 @@ TEST_F(WallClockTest, IsSetThroughTheOtherCallToo)
     const timeval now = board.wall_clock().now();
     EXPECT_EQ(now.tv_sec, 2000000);
     EXPECT_EQ(now.tv_usec, 3);
+}
+
+// With a date that the machine's kernel would refuse, should the call ever get
+// there.
+TEST_F(WallClockTest, IsReachedPastTheLibraryToo)
+{
+    const timeval wrong = {-1, 0};
+    errno = 0;
+    EXPECT_EQ(syscall(SYS_settimeofday, &wrong, nullptr), -1);
+    EXPECT_EQ(errno, EINVAL);
+    EXPECT_EQ(steps(), Names{"set_time wall-clock"});
+    board.faults.add(
+        {.name = "taken", .device = "wall-clock", .operation = Operation::set_time, .value = 0});
+    EXPECT_EQ(syscall(SYS_settimeofday, &wrong, nullptr), 0);
+    EXPECT_EQ(syscall(SYS_getpid), getpid()) << "other calls pass by";
 }
 
 TEST_F(WallClockTest, RefusesWhatTheKernelRefuses)

@@ -35,6 +35,7 @@ public:
     unsigned write_cycles() const { return write_cycles_; }
     // The write-protect pin: data bytes are not acknowledged.
     void write_protect(bool on) { write_protected_ = on; }
+    bool write_protected() const { return write_protected_; }
 
     // Bus face.
     bool start(bool reading) override;

@@ -30,6 +30,7 @@ public:
     // Backend face. Levels that the outside puts on the pins; an open pin is
     // pulled up.
     void set_input(unsigned port, uint8_t levels) { outside_[port] = levels; }
+    uint8_t input(unsigned port) const { return outside_[port]; }
     // Levels as they are: what the chip drives where it drives.
     uint8_t pins(unsigned port) const;
     // A register as the bus reads it.
@@ -37,6 +38,7 @@ public:
     void set(Register number, uint8_t value) { registers_[number] = value; }
     // A defect: writes to the configuration registers get lost.
     void lose_configuration(bool on) { configuration_lost_ = on; }
+    bool loses_configuration() const { return configuration_lost_; }
 
     // Bus face.
     bool start(bool reading) override;

@@ -26,6 +26,7 @@ public:
     // What the bus reads, whatever is in the register: an error (0x8000 to
     // 0x81FF), or a defect. Empty ends it.
     void answer_always(uint8_t number, std::optional<uint16_t> value) { answers_[number] = value; }
+    std::optional<uint16_t> always_answers(uint8_t number) const { return answers_[number]; }
 
     // Bus face.
     bool start(bool reading) override;

@@ -20,6 +20,7 @@ public:
 
     // Backend face. Rounded down to half degrees, and kept between -55 and 125.
     void set_celsius(double celsius);
+    double celsius() const { return static_cast<int16_t>(measured_) / 256.0; }
     uint16_t get(Register number) const { return registers_[number]; }
     void set(Register number, uint16_t value) { registers_[number] = value; }
 

@@ -6,7 +6,7 @@
 #include <memory>
 #include <vector>
 
-#include "virtual_board/device.h"
+#include "virtual_board/open_file.h"
 #include "virtual_board/shim/real.h"
 
 namespace virtual_board::shim {

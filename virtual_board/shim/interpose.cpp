@@ -10,6 +10,7 @@
 #include <errno.h>
 #include <fcntl.h>
 #include <limits.h>
+#include <linux/close_range.h>
 #include <linux/sockios.h>
 #include <net/if.h>
 #include <stdarg.h>
@@ -20,19 +21,22 @@
 #include <sys/mman.h>
 #include <sys/socket.h>
 #include <sys/stat.h>
+#include <sys/syscall.h>
 #include <sys/time.h>
 #include <sys/wait.h>
 #include <time.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <atomic>
 #include <memory>
-#include <optional>
 #include <sstream>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "virtual_board/shim/descriptors.h"
+#include "virtual_board/shim/inside.h"
 #include "virtual_board/shim/real.h"
 #include "virtual_board/shim/window_watch.h"
 
@@ -54,17 +58,11 @@ Real<int(int, int, int)> real_socket("socket");
 Real<int(int, int, ...)> real_fcntl("fcntl64");
 Real<void *(void *, size_t, int, int, int, off64_t)> real_mmap64("mmap64");
 Real<int(void *, size_t)> real_munmap("munmap");
-Real<FILE *(const char *, const char *)> real_fopen("fopen");
-Real<int(const char *, struct stat *)> real_stat("stat");
-Real<int(const char *, struct stat *)> real_lstat("lstat");
-Real<int(const char *, struct stat64 *)> real_stat64("stat64");
-Real<int(const char *, struct stat64 *)> real_lstat64("lstat64");
-Real<int(int, struct stat *)> real_fstat("fstat");
-Real<int(int, struct stat64 *)> real_fstat64("fstat64");
-Real<int(const char *, int)> real_access("access");
 Real<int(int)> real_dup("dup");
 Real<int(int, int)> real_dup2("dup2");
 Real<int(int, int, int)> real_dup3("dup3");
+Real<int(unsigned, unsigned, int)> real_close_range("close_range");
+Real<void(int)> real_closefrom("closefrom");
 Real<int(useconds_t)> real_usleep("usleep");
 Real<unsigned(unsigned)> real_sleep("sleep");
 Real<int(const timespec *, timespec *)> real_nanosleep("nanosleep");
@@ -76,8 +74,9 @@ Real<int(const char *, char *const[])> real_vos_system("vos_system");
 Real<int(timeval *, void *)> real_gettimeofday("gettimeofday");
 Real<int(const timeval *, const struct timezone *)> real_settimeofday("settimeofday");
 Real<int(clockid_t, const timespec *)> real_clock_settime("clock_settime");
+Real<long(long, ...)> real_syscall("syscall");
 
-std::atomic<Board *> installed{nullptr};
+std::atomic<Bus *> installed{nullptr};
 std::atomic<MutexObserver> mutex_observer{nullptr};
 
 // Never destroyed: programs close descriptors after the last destructor ran.
@@ -87,91 +86,72 @@ Descriptors &descriptors()
     return table;
 }
 
-// Set while the shim works for a thread: the mutexes and sleeps of the shim and
-// the models are not the program's.
-thread_local int working __attribute__((tls_model("initial-exec")));
+} // namespace
 
-class Working {
-public:
-    Working() { ++working; }
-    ~Working() { --working; }
-    Working(const Working &) = delete;
-    Working &operator=(const Working &) = delete;
-};
+constinit thread_local int working __attribute__((tls_model("initial-exec"))) = 0;
 
-Board *board()
+Bus *board()
 {
     return working > 0 ? nullptr : installed.load(std::memory_order_acquire);
 }
 
-// Turns a driver's result into a system call's.
-template <typename Result> Result answer(Result result)
+namespace {
+
+// Takes a number off the table, and closes its file if it was the last one.
+void drop(Bus &on, int descriptor)
 {
-    if (result < 0 && result >= -4095) {
-        errno = static_cast<int>(-result);
-        return -1;
+    bool last = false;
+    const std::shared_ptr<OpenFile> file = descriptors().remove(descriptor, last);
+    if (file && last) {
+        on.close(*file);
     }
-    return result;
 }
+
+} // namespace
 
 std::shared_ptr<OpenFile> any_file(int descriptor)
 {
     if (board() == nullptr) {
         return nullptr;
     }
+    Bus *on = board();
     const Working guard;
-    return descriptors().find(descriptor);
+    std::shared_ptr<OpenFile> file = descriptors().find(descriptor);
+    if (file && !on->leads_to(descriptor, *file)) {
+        drop(*on, descriptor);
+        file = nullptr;
+    }
+    if (!file && (file = on->adopt(descriptor))) {
+        descriptors().add(descriptor, file);
+    }
+    return file;
 }
 
-// The board's open file behind a descriptor; null if it is not the board's, or
-// if a real node does its work.
 std::shared_ptr<OpenFile> board_file(int descriptor)
 {
     const std::shared_ptr<OpenFile> file = any_file(descriptor);
-    return file && !file->device->real_path() ? file : nullptr;
+    return file && !file->real_node ? file : nullptr;
 }
 
-// A real call, which the board gets to know of if the descriptor leads to the
-// real node of one of its devices.
-template <typename Call> auto pass(int descriptor, Operation operation, uint32_t address,
-                                   uint64_t count, const Call &call) -> decltype(call())
-{
-    const std::shared_ptr<OpenFile> file = any_file(descriptor);
-    if (!file) {
-        return call();
-    }
-    Board *on = board();
-    const Working guard;
-    const auto transfer = [&call] {
-        const auto result = static_cast<long>(call());
-        return result < 0 ? -static_cast<long>(errno) : result;
-    };
-    return static_cast<decltype(call())>(
-        answer(on->pass(*file, operation, address, count, transfer)));
-}
+namespace {
 
-// A relative path leads where the working directory says.
-std::string absolute(const char *path)
+// A relative path leads where its directory says.
+std::string absolute(int directory, const char *path)
 {
-    char directory[PATH_MAX];
-    if (path[0] == '/' || getcwd(directory, sizeof(directory)) == nullptr) {
+    char base[PATH_MAX];
+    if (path[0] == '/') {
         return path;
     }
-    const std::string base = directory;
-    return (base == "/" ? base : base + "/") + path;
-}
-
-// The path if it is the board's, empty if not.
-std::string board_path(const char *path)
-{
-    if (board() == nullptr || path == nullptr) {
-        return {};
+    if (directory == AT_FDCWD) {
+        if (getcwd(base, sizeof(base)) == nullptr) {
+            return path;
+        }
+    } else {
+        const std::string link = "/proc/self/fd/" + std::to_string(directory);
+        const ssize_t length = readlink(link.c_str(), base, sizeof(base) - 1);
+        base[length < 0 ? 0 : length] = 0;
     }
-    const Working guard;
-    const int kept = errno;
-    std::string full = absolute(path);
-    errno = kept;
-    return Board::owns(full) ? full : std::string();
+    return (strcmp(base, "/") == 0 ? base : std::string(base) + "/") + path;
 }
 
 void say_unowned(const std::string &path)
@@ -180,15 +160,41 @@ void say_unowned(const std::string &path)
     real_write(STDERR_FILENO, text.data(), text.size());
 }
 
+} // namespace
+
+std::string board_path(int directory, const char *path)
+{
+    if (board() == nullptr || path == nullptr) {
+        return {};
+    }
+    const Working guard;
+    const int kept = errno;
+    std::string full = absolute(directory, path);
+    errno = kept;
+    return Bus::owns(full) ? full : std::string();
+}
+
 int refuse(const std::string &path, long result)
 {
-    if (result == -ENOENT) {
+    if (result == -ENOENT && !Bus::may_lack(path)) {
         say_unowned(path);
     }
     return static_cast<int>(answer(result));
 }
 
-int open_on_board(Board &on, const std::string &path, int flags)
+namespace {
+
+// A real descriptor of the program that stands for the open file.
+int descriptor_of(OpenFile &file)
+{
+    if (file.real_node) {
+        return real_open(file.real_node->c_str(), file.flags & ~(O_CREAT | O_TRUNC), 0);
+    }
+    return file.descriptor >= 0 ? std::exchange(file.descriptor, -1)
+                                : real_open("/dev/null", O_RDWR | (file.flags & O_CLOEXEC), 0);
+}
+
+int open_on_board(Bus &on, const std::string &path, int flags)
 {
     const Working guard;
     std::shared_ptr<OpenFile> file;
@@ -196,10 +202,7 @@ int open_on_board(Board &on, const std::string &path, int flags)
     if (result < 0) {
         return refuse(path, result);
     }
-    const std::optional<std::string> real_node = file->device->real_path();
-    const int descriptor = real_node
-                               ? real_open(real_node->c_str(), flags & ~(O_CREAT | O_TRUNC), 0)
-                               : real_open("/dev/null", O_RDWR | (flags & O_CLOEXEC), 0);
+    const int descriptor = descriptor_of(*file);
     if (descriptor < 0) {
         const int kept = errno;
         on.close(*file);
@@ -215,146 +218,21 @@ mode_t mode_argument(int flags, va_list args)
     return (flags & (O_CREAT | O_TMPFILE)) != 0 ? static_cast<mode_t>(va_arg(args, int)) : 0;
 }
 
+} // namespace
+
 int open_any(const char *path, int flags, mode_t mode)
 {
-    const std::string own = board_path(path);
+    const std::string own = board_path(AT_FDCWD, path);
     return own.empty() ? real_open(path, flags, mode) : open_on_board(*board(), own, flags);
 }
 
+namespace {
+
 int openat_any(int directory, const char *path, int flags, mode_t mode)
 {
-    const std::string own = board_path(path);
+    const std::string own = board_path(directory, path);
     return own.empty() ? real_openat(directory, path, flags, mode)
                        : open_on_board(*board(), own, flags);
-}
-
-// ---- streams ----
-
-struct Stream {
-    Board *board;
-    std::shared_ptr<OpenFile> file;
-};
-
-ssize_t stream_read(void *cookie, char *buffer, size_t size)
-{
-    const Working guard;
-    auto &stream = *static_cast<Stream *>(cookie);
-    return answer(stream.board->read(*stream.file, buffer, size));
-}
-
-// The library's convention for a cookie that fails to write is 0, not -1.
-ssize_t stream_write(void *cookie, const char *data, size_t size)
-{
-    const Working guard;
-    auto &stream = *static_cast<Stream *>(cookie);
-    const long result = answer(stream.board->write(*stream.file, data, size));
-    return result < 0 ? 0 : result;
-}
-
-int stream_seek(void *cookie, off64_t *offset, int whence)
-{
-    const Working guard;
-    auto &stream = *static_cast<Stream *>(cookie);
-    const long long result = answer(stream.board->seek(*stream.file, *offset, whence));
-    *offset = result;
-    return result < 0 ? -1 : 0;
-}
-
-int stream_close(void *cookie)
-{
-    const Working guard;
-    const std::unique_ptr<Stream> stream(static_cast<Stream *>(cookie));
-    stream->board->close(*stream->file);
-    return 0;
-}
-
-int open_flags(const char *mode)
-{
-    const bool update = strchr(mode, '+') != nullptr;
-    switch (mode[0]) {
-    case 'r':
-        return update ? O_RDWR : O_RDONLY;
-    case 'w':
-        return (update ? O_RDWR : O_WRONLY) | O_CREAT | O_TRUNC;
-    default:
-        return (update ? O_RDWR : O_WRONLY) | O_CREAT | O_APPEND;
-    }
-}
-
-FILE *fopen_on_board(Board &on, const std::string &path, const char *mode)
-{
-    const Working guard;
-    auto stream = std::make_unique<Stream>();
-    stream->board = &on;
-    const long result = on.open(path, open_flags(mode), stream->file);
-    if (result < 0) {
-        refuse(path, result);
-        return nullptr;
-    }
-    const cookie_io_functions_t functions = {stream_read, stream_write, stream_seek, stream_close};
-    FILE *opened = fopencookie(stream.get(), mode, functions);
-    if (opened == nullptr) {
-        const int kept = errno;
-        on.close(*stream->file);
-        errno = kept;
-        return nullptr;
-    }
-    stream.release();
-    return opened;
-}
-
-// ---- status ----
-
-void widen(const struct stat &from, struct stat64 *to)
-{
-    *to = {};
-    to->st_mode = from.st_mode;
-    to->st_size = from.st_size;
-    to->st_rdev = from.st_rdev;
-    to->st_nlink = 1;
-}
-
-int status_of(Board &on, const std::string &path, struct stat &status)
-{
-    const Working guard;
-    struct stat found = {};
-    const long result = on.status(path, found);
-    if (result >= 0) {
-        status = found;
-        status.st_nlink = 1;
-    }
-    return static_cast<int>(answer(result));
-}
-
-int status_of(const OpenFile &file, struct stat &status)
-{
-    Board *on = board();
-    const Working guard;
-    const int result = static_cast<int>(answer(on->status(file, status)));
-    if (result == 0) {
-        status.st_nlink = 1;
-    }
-    return result;
-}
-
-template <typename Function> int stat_any(const char *path, struct stat *status, Function &real)
-{
-    const std::string own = board_path(path);
-    return own.empty() ? real(path, status) : status_of(*board(), own, *status);
-}
-
-template <typename Function> int stat64_any(const char *path, struct stat64 *status, Function &real)
-{
-    const std::string own = board_path(path);
-    if (own.empty()) {
-        return real(path, status);
-    }
-    struct stat narrow = {};
-    const int result = status_of(*board(), own, narrow);
-    if (result == 0) {
-        widen(narrow, status);
-    }
-    return result;
 }
 
 // ---- memory ----
@@ -366,18 +244,24 @@ void *mmap_any(void *address, size_t length, int protection, int flags, int desc
     if (!file) {
         return real_mmap64(address, length, protection, flags, descriptor, offset);
     }
-    Board *on = board();
+    Bus *on = board();
     const Working guard;
     Mapping mapping;
+    on->stores_are_watched(can_watch());
     if (answer(on->map(*file, length, mapping)) < 0) {
         return MAP_FAILED;
     }
     if (mapping.forced_address) {
         return reinterpret_cast<void *>(*mapping.forced_address);
     }
+    if (mapping.private_copy) {
+        flags = (flags & ~MAP_TYPE) | MAP_PRIVATE | MAP_ANONYMOUS;
+    }
     void *mapped = real_mmap64(address, length, protection, flags, mapping.descriptor, offset);
+    if (mapping.close_when_mapped) {
+        real_close(mapping.descriptor);
+    }
     if (mapped != MAP_FAILED && mapping.watched) {
-        on->stores_are_watched(can_watch());
         watch(on, mapped, length);
     } else if (mapped != MAP_FAILED) {
         on->mapped_at(mapped, *file);
@@ -387,6 +271,8 @@ void *mmap_any(void *address, size_t length, int protection, int flags, int desc
 
 // ---- transfers ----
 
+} // namespace
+
 ssize_t read_any(int descriptor, void *buffer, size_t count)
 {
     const std::shared_ptr<OpenFile> file = board_file(descriptor);
@@ -394,10 +280,24 @@ ssize_t read_any(int descriptor, void *buffer, size_t count)
         return pass(descriptor, Operation::read, 0, count,
                     [&] { return real_read(descriptor, buffer, count); });
     }
-    Board *on = board();
+    Bus *on = board();
     const Working guard;
     return answer(on->read(*file, buffer, count));
 }
+
+ssize_t write_any(int descriptor, const void *buffer, size_t count)
+{
+    const std::shared_ptr<OpenFile> file = board_file(descriptor);
+    if (!file) {
+        return pass(descriptor, Operation::write, 0, count,
+                    [&] { return real_write(descriptor, buffer, count); });
+    }
+    Bus *on = board();
+    const Working guard;
+    return answer(on->write(*file, buffer, count));
+}
+
+namespace {
 
 ssize_t pread_any(int descriptor, void *buffer, size_t count, off64_t offset)
 {
@@ -405,11 +305,9 @@ ssize_t pread_any(int descriptor, void *buffer, size_t count, off64_t offset)
     if (!file) {
         return real_pread64(descriptor, buffer, count, offset);
     }
-    Board *on = board();
+    Bus *on = board();
     const Working guard;
-    OpenFile elsewhere = *file;
-    elsewhere.offset = offset;
-    return answer(on->read(elsewhere, buffer, count));
+    return answer(on->pread(*file, buffer, count, offset));
 }
 
 ssize_t pwrite_any(int descriptor, const void *buffer, size_t count, off64_t offset)
@@ -418,16 +316,14 @@ ssize_t pwrite_any(int descriptor, const void *buffer, size_t count, off64_t off
     if (!file) {
         return real_pwrite64(descriptor, buffer, count, offset);
     }
-    Board *on = board();
+    Bus *on = board();
     const Working guard;
-    OpenFile elsewhere = *file;
-    elsewhere.offset = offset;
-    return answer(on->write(elsewhere, buffer, count));
+    return answer(on->pwrite(*file, buffer, count, offset));
 }
 
 long long seek_on_board(const std::shared_ptr<OpenFile> &file, long long offset, int whence)
 {
-    Board *on = board();
+    Bus *on = board();
     const Working guard;
     return answer(on->seek(*file, offset, whence));
 }
@@ -437,13 +333,13 @@ long long seek_on_board(const std::shared_ptr<OpenFile> &file, long long offset,
 // Answers requests to the port's interface; sockets themselves are real.
 bool asks_network_port(unsigned long request, void *argument, int &result)
 {
-    Board *on = board();
+    Bus *on = board();
     if (on == nullptr || request != SIOCETHTOOL || argument == nullptr) {
         return false;
     }
     const Working guard;
     const auto *interface = static_cast<const ifreq *>(argument);
-    if (on->network().name() !=
+    if (on->network_port() !=
         std::string(interface->ifr_name, strnlen(interface->ifr_name, IFNAMSIZ))) {
         return false;
     }
@@ -467,17 +363,35 @@ void share(int from, int to)
 // Drops what a number leads to.
 void forget(int descriptor)
 {
-    Board *on = board();
-    if (on == nullptr) {
-        return;
-    }
-    const Working guard;
-    bool last = false;
-    const std::shared_ptr<OpenFile> file = descriptors().remove(descriptor, last);
-    if (file && last) {
-        on->close(*file);
+    Bus *on = board();
+    if (on != nullptr) {
+        const Working guard;
+        drop(*on, descriptor);
     }
 }
+
+void forget_range(unsigned first, unsigned last)
+{
+    if (board() == nullptr) {
+        return;
+    }
+    for (const int descriptor : descriptors().all()) {
+        const auto number = static_cast<unsigned>(descriptor);
+        if (number >= first && number <= last) {
+            forget(descriptor);
+        }
+    }
+}
+
+} // namespace
+
+int close_any(int descriptor)
+{
+    forget(descriptor);
+    return real_close(descriptor);
+}
+
+namespace {
 
 // ---- time ----
 
@@ -489,9 +403,9 @@ uint64_t microseconds(const timespec &time)
 
 // Whether the sleep has passed on the board's own clock. In real time the
 // caller sleeps for real and reports it afterwards.
-bool slept_virtually(Board *on, uint64_t duration_us)
+bool slept_virtually(Bus *on, uint64_t duration_us)
 {
-    if (on == nullptr || on->clock.mode() != Clock::Mode::virtual_time) {
+    if (on == nullptr || !on->time_is_virtual()) {
         return false;
     }
     const Working guard;
@@ -499,7 +413,7 @@ bool slept_virtually(Board *on, uint64_t duration_us)
     return true;
 }
 
-void slept_really(Board *on, uint64_t duration_us)
+void slept_really(Bus *on, uint64_t duration_us)
 {
     if (on != nullptr) {
         const Working guard;
@@ -540,7 +454,7 @@ void tell_mutex(MutexEvent event, pthread_mutex_t *mutex)
     if (observer != nullptr) {
         observer(event, mutex);
     }
-    Board *on = installed.load(std::memory_order_acquire);
+    Bus *on = installed.load(std::memory_order_acquire);
     if (on != nullptr && event == MutexEvent::unlocked && !can_watch()) {
         // A register operation is about to end.
         on->synchronise();
@@ -552,7 +466,7 @@ void tell_mutex(MutexEvent event, pthread_mutex_t *mutex)
 // The watch comes first: a step that is under way ends with the board's lock.
 void before_fork()
 {
-    Board *on = installed.load(std::memory_order_acquire);
+    Bus *on = installed.load(std::memory_order_acquire);
     const Working guard;
     if (on != nullptr) {
         before_fork_of_watch();
@@ -563,7 +477,7 @@ void before_fork()
 
 void after_fork_in_parent()
 {
-    Board *on = installed.load(std::memory_order_acquire);
+    Bus *on = installed.load(std::memory_order_acquire);
     const Working guard;
     if (on != nullptr) {
         descriptors().after_fork();
@@ -574,7 +488,7 @@ void after_fork_in_parent()
 
 void after_fork_in_child()
 {
-    Board *on = installed.load(std::memory_order_acquire);
+    Bus *on = installed.load(std::memory_order_acquire);
     const Working guard;
     if (on != nullptr) {
         descriptors().after_fork();
@@ -585,7 +499,7 @@ void after_fork_in_child()
 
 } // namespace
 
-void install(Board *new_board)
+void install(Bus *new_board)
 {
     static const int fork_handlers =
         pthread_atfork(before_fork, after_fork_in_parent, after_fork_in_child);
@@ -607,7 +521,7 @@ void observe_mutexes(MutexObserver observer)
 } // namespace virtual_board::shim
 
 using namespace virtual_board::shim;
-using virtual_board::Board;
+using virtual_board::Bus;
 using virtual_board::OpenFile;
 using virtual_board::Operation;
 
@@ -674,10 +588,19 @@ int __openat64_2(int directory, const char *path, int flags)
     return openat_any(directory, path, flags | O_LARGEFILE, 0);
 }
 
+int creat(const char *path, mode_t mode)
+{
+    return open_any(path, O_CREAT | O_WRONLY | O_TRUNC, mode);
+}
+
+int creat64(const char *path, mode_t mode)
+{
+    return open_any(path, O_CREAT | O_WRONLY | O_TRUNC | O_LARGEFILE, mode);
+}
+
 int close(int descriptor)
 {
-    forget(descriptor);
-    return real_close(descriptor);
+    return close_any(descriptor);
 }
 
 ssize_t read(int descriptor, void *buffer, size_t count)
@@ -692,14 +615,7 @@ ssize_t __read_chk(int descriptor, void *buffer, size_t count, size_t)
 
 ssize_t write(int descriptor, const void *buffer, size_t count)
 {
-    const std::shared_ptr<OpenFile> file = board_file(descriptor);
-    if (!file) {
-        return pass(descriptor, Operation::write, 0, count,
-                    [&] { return real_write(descriptor, buffer, count); });
-    }
-    Board *on = board();
-    const Working guard;
-    return answer(on->write(*file, buffer, count));
+    return write_any(descriptor, buffer, count);
 }
 
 ssize_t pread(int descriptor, void *buffer, size_t count, off_t offset)
@@ -758,7 +674,7 @@ int ioctl(int descriptor, unsigned long request, ...)
                    ? result
                    : real_ioctl(descriptor, request, argument);
     }
-    Board *on = board();
+    Bus *on = board();
     const Working guard;
     // Request numbers are 32 bits; callers sign-extend some of them.
     return static_cast<int>(answer(on->ioctl(*file, static_cast<uint32_t>(request), argument)));
@@ -766,7 +682,7 @@ int ioctl(int descriptor, unsigned long request, ...)
 
 int socket(int domain, int type, int protocol) noexcept
 {
-    Board *on = board();
+    Bus *on = board();
     if (on != nullptr && domain == AF_INET &&
         (type & ~(SOCK_CLOEXEC | SOCK_NONBLOCK)) == SOCK_DGRAM) {
         const Working guard;
@@ -820,6 +736,20 @@ int dup3(int from, int to, int flags)
     return result;
 }
 
+int close_range(unsigned first, unsigned last, int flags) noexcept
+{
+    if ((static_cast<unsigned>(flags) & CLOSE_RANGE_CLOEXEC) == 0) {
+        forget_range(first, last);
+    }
+    return real_close_range(first, last, flags);
+}
+
+void closefrom(int first) noexcept
+{
+    forget_range(static_cast<unsigned>(std::max(first, 0)), UINT_MAX);
+    real_closefrom(first);
+}
+
 void *mmap(void *address, size_t length, int protection, int flags, int descriptor, off_t offset)
 {
     return mmap_any(address, length, protection, flags, descriptor, offset);
@@ -833,7 +763,7 @@ void *mmap64(void *address, size_t length, int protection, int flags, int descri
 
 int munmap(void *address, size_t length)
 {
-    Board *on = board();
+    Bus *on = board();
     if (on == nullptr) {
         return real_munmap(address, length);
     }
@@ -848,67 +778,9 @@ int munmap(void *address, size_t length)
     return real_munmap(address, length);
 }
 
-FILE *fopen(const char *path, const char *mode)
-{
-    const std::string own = board_path(path);
-    return own.empty() ? real_fopen(path, mode) : fopen_on_board(*board(), own, mode);
-}
-
-FILE *fopen64(const char *path, const char *mode) __attribute__((alias("fopen")));
-
-int stat(const char *path, struct stat *status)
-{
-    return stat_any(path, status, real_stat);
-}
-
-int lstat(const char *path, struct stat *status)
-{
-    return stat_any(path, status, real_lstat);
-}
-
-int stat64(const char *path, struct stat64 *status)
-{
-    return stat64_any(path, status, real_stat64);
-}
-
-int lstat64(const char *path, struct stat64 *status)
-{
-    return stat64_any(path, status, real_lstat64);
-}
-
-int fstat(int descriptor, struct stat *status)
-{
-    const std::shared_ptr<OpenFile> file = board_file(descriptor);
-    return file ? status_of(*file, *status) : real_fstat(descriptor, status);
-}
-
-int fstat64(int descriptor, struct stat64 *status)
-{
-    const std::shared_ptr<OpenFile> file = board_file(descriptor);
-    if (!file) {
-        return real_fstat64(descriptor, status);
-    }
-    struct stat narrow = {};
-    const int result = status_of(*file, narrow);
-    if (result == 0) {
-        widen(narrow, status);
-    }
-    return result;
-}
-
-int access(const char *path, int mode)
-{
-    const std::string own = board_path(path);
-    if (own.empty()) {
-        return real_access(path, mode);
-    }
-    struct stat status = {};
-    return status_of(*board(), own, status);
-}
-
 int usleep(useconds_t duration)
 {
-    Board *on = board();
+    Bus *on = board();
     if (slept_virtually(on, duration)) {
         return 0;
     }
@@ -919,7 +791,7 @@ int usleep(useconds_t duration)
 
 unsigned sleep(unsigned seconds)
 {
-    Board *on = board();
+    Bus *on = board();
     if (slept_virtually(on, uint64_t{seconds} * 1000000)) {
         return 0;
     }
@@ -930,7 +802,7 @@ unsigned sleep(unsigned seconds)
 
 int nanosleep(const timespec *duration, timespec *left)
 {
-    Board *on = board();
+    Bus *on = board();
     if (slept_virtually(on, microseconds(*duration))) {
         return 0;
     }
@@ -941,7 +813,7 @@ int nanosleep(const timespec *duration, timespec *left)
 
 int clock_nanosleep(clockid_t clock, int flags, const timespec *duration, timespec *left)
 {
-    Board *on = board();
+    Bus *on = board();
     // A wake-up time is a date of the machine, not of the board.
     if (flags == 0 && slept_virtually(on, microseconds(*duration))) {
         return 0;
@@ -953,7 +825,7 @@ int clock_nanosleep(clockid_t clock, int flags, const timespec *duration, timesp
 
 int gettimeofday(timeval *__restrict time, void *__restrict zone)
 {
-    Board *on = board();
+    Bus *on = board();
     if (on == nullptr) {
         return real_gettimeofday(time, zone);
     }
@@ -963,7 +835,7 @@ int gettimeofday(timeval *__restrict time, void *__restrict zone)
 
 int settimeofday(const timeval *time, const struct timezone *zone)
 {
-    Board *on = board();
+    Bus *on = board();
     if (on == nullptr) {
         return real_settimeofday(time, zone);
     }
@@ -971,9 +843,29 @@ int settimeofday(const timeval *time, const struct timezone *zone)
     return static_cast<int>(answer(on->set_time(time, zone)));
 }
 
+// Programs set the time zone past the C library, which refuses it without a
+// time. Nothing else of the board is reached that way.
+long syscall(long number, ...) noexcept
+{
+    va_list args;
+    va_start(args, number);
+    long words[6];
+    for (long &word : words) {
+        word = va_arg(args, long);
+    }
+    va_end(args);
+    Bus *on = board();
+    if (on == nullptr || number != SYS_settimeofday) {
+        return real_syscall(number, words[0], words[1], words[2], words[3], words[4], words[5]);
+    }
+    const Working guard;
+    return answer(on->set_time(reinterpret_cast<const timeval *>(words[0]),
+                               reinterpret_cast<const struct timezone *>(words[1])));
+}
+
 int clock_settime(clockid_t clock, const timespec *time)
 {
-    Board *on = board();
+    Bus *on = board();
     if (on == nullptr || clock != CLOCK_REALTIME) {
         return real_clock_settime(clock, time);
     }
@@ -984,7 +876,7 @@ int clock_settime(clockid_t clock, const timespec *time)
 
 int system(const char *line)
 {
-    Board *on = board();
+    Bus *on = board();
     if (on == nullptr || line == nullptr) {
         return real_system(line);
     }
@@ -995,7 +887,7 @@ int system(const char *line)
 // The platform's program runner, which programs load as a library of its own.
 int vos_system(const char *program, char *const argv[])
 {
-    Board *on = board();
+    Bus *on = board();
     if (on == nullptr || program == nullptr || argv == nullptr) {
         return real_vos_system(program, argv);
     }

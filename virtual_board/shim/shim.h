@@ -5,14 +5,14 @@
 
 #include <pthread.h>
 
-#include "virtual_board/board.h"
+#include "virtual_board/bus.h"
 
 namespace virtual_board::shim {
 
 // Puts a board under this process; null takes it away, and every path and
 // descriptor passes through again. Descriptors that are still open then are
 // closed. The board must outlive its installation.
-void install(Board *board);
+void install(Bus *board);
 
 enum class MutexEvent { locked, refused, unlocked };
 using MutexObserver = void (*)(MutexEvent event, pthread_mutex_t *mutex);

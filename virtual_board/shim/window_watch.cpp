@@ -21,7 +21,7 @@ Real<decltype(::mmap)> real_mmap("mmap");
 struct Window {
     std::atomic<uint8_t *> base{nullptr};
     size_t length = 0;
-    Board *board = nullptr;
+    Bus *bus = nullptr;
     std::atomic<bool> live{false};
 };
 
@@ -100,6 +100,7 @@ void on_fault(int signal, siginfo_t *info, void *context)
     step.window = window;
     step.offset = static_cast<uint32_t>(static_cast<uint8_t *>(info->si_addr) - base);
     step.store = (registers[REG_ERR] & fault_was_write) != 0;
+    window->bus->access_begins(base, window->length, step.offset, step.store);
     step.before = base[step.offset];
     registers[REG_EFL] |= trap_flag;
     errno = kept_errno;
@@ -114,13 +115,16 @@ void on_trap(int signal, siginfo_t *info, void *context)
     const int kept_errno = errno;
     static_cast<ucontext_t *>(context)->uc_mcontext.gregs[REG_EFL] &= ~trap_flag;
     const Step done = step;
-    mprotect(done.window->base.load(std::memory_order_acquire), done.window->length, PROT_NONE);
+    uint8_t *base = done.window->base.load(std::memory_order_acquire);
+    mprotect(base, done.window->length, PROT_READ);
+    done.window->bus->access_ends();
+    mprotect(base, done.window->length, PROT_NONE);
     if (done.store) {
-        done.window->board->stored(done.offset, done.before);
+        done.window->bus->stored(done.offset, done.before);
     } else {
-        done.window->board->loaded(done.offset);
+        done.window->bus->loaded(done.offset);
     }
-    done.window->board->find_stores();
+    done.window->bus->find_stores();
     step_is_mine = false;
     stepping.clear(std::memory_order_release);
     errno = kept_errno;
@@ -171,13 +175,13 @@ bool can_watch()
 #endif
 }
 
-void watch(Board *board, void *address, size_t length)
+void watch(Bus *bus, void *address, size_t length)
 {
     for (Window &window : windows) {
         uint8_t *free_slot = nullptr;
         if (window.base.compare_exchange_strong(free_slot, static_cast<uint8_t *>(address))) {
             window.length = length;
-            window.board = board;
+            window.bus = bus;
             window.live.store(true, std::memory_order_release);
             if (can_watch()) {
                 take_signals();

@@ -4,7 +4,7 @@
 
 #include <stddef.h>
 
-#include "virtual_board/board.h"
+#include "virtual_board/bus.h"
 
 namespace virtual_board::shim {
 
@@ -15,7 +15,7 @@ namespace virtual_board::shim {
 bool can_watch();
 
 // Starts to watch a mapping; its loads and stores are reported to the board.
-void watch(Board *board, void *address, size_t length);
+void watch(Bus *bus, void *address, size_t length);
 // Stops watching; false if the address is no watched window. The address range
 // stays reserved, so that a stale pointer faults, and a stale unmap hits
 // nothing else.
