@@ -9,12 +9,16 @@
 #include <iterator>
 
 #include "tests/update/heap_watch.h"
-#include "tests/update/oem_image.h"
 #include "tests/update/owner_gate.h"
 #include "tests/update/update_test.h"
+#include "tools/bios_image/image.h"
 
 namespace board_test {
 namespace {
+
+using bios_image::build;
+using bios_image::Layout;
+using bios_image::Region;
 
 constexpr const char *device = "/dev/mtd6";
 const Names to_controller = {"lock cpld_reg_lock", "load ea", "store ea=40",
@@ -297,9 +301,9 @@ TEST_F(BiosImageTest, BinaryOfNegativeLengthFitsNowhere)
 
 // ---- load_bios ----
 
-OemImage image_with(uint32_t flag, std::vector<std::pair<uint32_t, uint32_t>> regions = {})
+Layout image_with(uint32_t flag, std::vector<Region> regions = {})
 {
-    OemImage image;
+    Layout image;
     image.flag = flag;
     image.regions = std::move(regions);
     return image;
@@ -307,9 +311,9 @@ OemImage image_with(uint32_t flag, std::vector<std::pair<uint32_t, uint32_t>> re
 
 TEST_F(BiosImageTest, DifferentFlagsLoadTheUpperHalf)
 {
-    put_flash(full_oem_image(image_with(0x01000000), 1));
+    put_flash(build(image_with(0x01000000), 1));
     // One bit of the lowest byte is enough.
-    const Bytes image = full_oem_image(image_with(0x01000001), 2);
+    const Bytes image = build(image_with(0x01000001), 2);
     const std::string name = file("image", image);
     EXPECT_EQ(load_bios(device, name.c_str(), 0, partition_size, 0), 0);
     Bytes expected = before_;
@@ -322,8 +326,8 @@ TEST_F(BiosImageTest, DifferentFlagsLoadTheUpperHalf)
 
 TEST_F(BiosImageTest, FullLoadIgnoresTheOffset)
 {
-    put_flash(full_oem_image(image_with(1), 1));
-    Bytes image = full_oem_image(image_with(2), 2);
+    put_flash(build(image_with(1), 1));
+    Bytes image = build(image_with(2), 2);
     image.insert(image.begin(), 0x1000, 0x5A);
     const std::string name = file("image", image);
     EXPECT_EQ(load_bios(device, name.c_str(), 0x1000, partition_size, 0), 0);
@@ -333,7 +337,7 @@ TEST_F(BiosImageTest, FullLoadIgnoresTheOffset)
 
 TEST_F(BiosImageTest, FlashWithoutFlagCountsAsZero)
 {
-    const std::string name = file("image", full_oem_image(image_with(0), 2));
+    const std::string name = file("image", build(image_with(0), 2));
     output();
     EXPECT_EQ(load_bios(device, name.c_str(), 0, partition_size, 0), 0);
     EXPECT_EQ(output(), "") << "equal flags, no regions";
@@ -348,9 +352,9 @@ TEST_F(BiosImageTest, EqualFlagsLoadTheRegions)
     if (!sees_each_access()) {
         GTEST_SKIP() << "single stores are not seen on this machine";
     }
-    put_flash(full_oem_image(image_with(5), 1));
+    put_flash(build(image_with(5), 1));
     const Bytes image =
-        full_oem_image(image_with(5, {{0x3000, 5000}, {0x8000, 0x1000}, {0xF000, 0x1000}}), 2);
+        build(image_with(5, {{0x3000, 5000}, {0x8000, 0x1000}, {0xF000, 0x1000}}), 2);
     Bytes moved = image;
     moved.insert(moved.begin(), 300, 0x5A);
     put_image(moved);
@@ -382,9 +386,9 @@ TEST_F(BiosImageTest, EqualFlagsLoadTheRegions)
 
 TEST_F(BiosImageTest, StagesSharePushesTheProgressPastTheEnd)
 {
-    put_flash(full_oem_image(image_with(5), 1));
+    put_flash(build(image_with(5), 1));
     const std::string name =
-        file("image", full_oem_image(image_with(5, {{0, 0x1000}, {0x8000, 0x1000}}), 2));
+        file("image", build(image_with(5, {{0, 0x1000}, {0x8000, 0x1000}}), 2));
     watch();
     // Only the low four bits of the stages count; one stage has a share of 100.
     EXPECT_EQ(load_bios(device, name.c_str(), 0, partition_size, 0x11), 0);
@@ -394,11 +398,11 @@ TEST_F(BiosImageTest, StagesSharePushesTheProgressPastTheEnd)
 
 TEST_F(BiosImageTest, ElevenRegionsAreTheMost)
 {
-    std::vector<std::pair<uint32_t, uint32_t>> regions;
+    std::vector<Region> regions;
     for (uint32_t i = 0; i < 11; ++i) {
-        regions.emplace_back(0x2000 + i * 0x1000, 0x100);
+        regions.push_back({0x2000 + i * 0x1000, 0x100});
     }
-    const Bytes image = full_oem_image(image_with(0, regions), 2);
+    const Bytes image = build(image_with(0, regions), 2);
     put_flash(Bytes(partition_size, 0));
     EXPECT_EQ(load_bios(device, file("image", image).c_str(), 0, partition_size, 0), 0);
     for (const auto &[offset, length] : regions) {
@@ -410,11 +414,11 @@ TEST_F(BiosImageTest, ElevenRegionsAreTheMost)
 // The twelfth ends the load; the regions before it were loaded.
 TEST_F(BiosImageTest, TwelfthRegionFails)
 {
-    OemImage oem = image_with(0);
+    Layout oem = image_with(0);
     for (uint32_t i = 0; i < 12; ++i) {
-        oem.regions.emplace_back(0x2000 + i * 0x1000, 0x100);
+        oem.regions.push_back({0x2000 + i * 0x1000, 0x100});
     }
-    const Bytes image = full_oem_image(oem, 2);
+    const Bytes image = build(oem, 2);
     put_flash(Bytes(partition_size, 0));
     EXPECT_EQ(load_bios(device, file("image", image).c_str(), 0, partition_size, 0), -2);
     EXPECT_EQ(flash()[0xC000], image[0xC000]);
@@ -427,11 +431,11 @@ TEST_F(BiosImageTest, TwelfthRegionFails)
 // One byte counts the copies: there is no share of 0 copies.
 TEST_F(BiosImageTest, RegionCountOfALowByteOfZeroIsRefused)
 {
-    OemImage oem = image_with(0, {{0x2000, 0x100}});
+    Layout oem = image_with(0, {{0x2000, 0x100}});
     put_flash(Bytes(partition_size, 0));
     for (const uint32_t count : {0x100U, 0xFFFFFF00U}) {
         oem.region_count = count;
-        const std::string name = file("image", full_oem_image(oem, 2));
+        const std::string name = file("image", build(oem, 2));
         output();
         EXPECT_EQ(load_bios(device, name.c_str(), 0, partition_size, 1), -2) << count;
         EXPECT_EQ(output(), "");
@@ -460,7 +464,7 @@ TEST_P(RegionTest, IsHeldAgainstImageAndFlash)
     const RegionCase &region = GetParam();
     put_flash(Bytes(0x10000, 0));
     const std::string name =
-        file("image", full_oem_image(image_with(0, {{region.offset, region.length}}), 2));
+        file("image", build(image_with(0, {{region.offset, region.length}}), 2));
     watch();
     EXPECT_EQ(load_bios(device, name.c_str(), 0, partition_size, 0), -2);
     EXPECT_EQ(output(), region.reaches_the_copy ? name + " too small!\n" : "");
@@ -477,7 +481,7 @@ INSTANTIATE_TEST_SUITE_P(
 
 TEST_F(FullSizeTest, EmptyRegionAtTheEndIsDone)
 {
-    const std::string name = file("image", full_oem_image(image_with(0, {{0x800000, 0}}), 2));
+    const std::string name = file("image", build(image_with(0, {{0x800000, 0}}), 2));
     EXPECT_EQ(load_bios(device, name.c_str(), 0, partition_size, 0), 0);
     EXPECT_EQ(flash(), before_);
 }
@@ -524,8 +528,8 @@ protected:
     void SetUp() override
     {
         BiosImageTest::SetUp();
-        put_flash(full_oem_image(image_with(0x01000000), 1));
-        put_image(full_oem_image(image_with(0x02000000), 2));
+        put_flash(build(image_with(0x01000000), 1));
+        put_image(build(image_with(0x02000000), 2));
     }
     int load(const char *to = device, const char *image = board_image)
     {
@@ -619,8 +623,8 @@ class DecisionTest : public BiosImageTest, public ::testing::WithParamInterface<
 TEST_P(DecisionTest, ComparesTheTopBytes)
 {
     const Flags &flags = GetParam();
-    put_flash(oem_image(image_with(flags.flash)));
-    const std::string name = file("image", oem_image(image_with(flags.image)));
+    put_flash(build(image_with(flags.flash)));
+    const std::string name = file("image", build(image_with(flags.image)));
     watch();
     EXPECT_EQ(isFullUpgrade(device, name.c_str(), 0, partition_size), flags.result);
     EXPECT_EQ(output(), "");
@@ -640,8 +644,8 @@ TEST_F(BiosImageTest, DecisionRunsItsStepsInOrder)
     if (!sees_each_access()) {
         GTEST_SKIP() << "single stores are not seen on this machine";
     }
-    put_flash(oem_image(image_with(0x01000000)));
-    const std::string name = file("image", oem_image(image_with(0x02000000)));
+    put_flash(build(image_with(0x01000000)));
+    const std::string name = file("image", build(image_with(0x02000000)));
     watch();
     EXPECT_EQ(isFullUpgrade(device, name.c_str(), 0, partition_size), 0);
     EXPECT_EQ(timeline(), joined({{lock},
@@ -657,7 +661,7 @@ TEST_F(BiosImageTest, DecisionWithoutAnImageReleasesTwice)
     if (!sees_each_access()) {
         GTEST_SKIP() << "single stores are not seen on this machine";
     }
-    put_flash(oem_image(image_with(0x01000000)));
+    put_flash(build(image_with(0x01000000)));
     watch();
     EXPECT_EQ(isFullUpgrade(device, "/no/such/image", 0, partition_size), -2);
     const Names all = timeline();
@@ -673,7 +677,7 @@ TEST_F(BiosImageTest, DecisionWithoutAnImageReleasesTwice)
 
 TEST_F(BiosImageTest, DecisionWithoutAFlagOnTheFlash)
 {
-    const std::string name = file("image", oem_image(image_with(0x02000000)));
+    const std::string name = file("image", build(image_with(0x02000000)));
     watch();
     EXPECT_EQ(isFullUpgrade(device, name.c_str(), 0, partition_size), 0);
     EXPECT_EQ(output(), "read upgrade flag fail from flash\r\n");
@@ -685,7 +689,7 @@ TEST_F(BiosImageTest, DecisionWithoutAFlagOnTheFlash)
 
 TEST_F(BiosImageTest, DecisionThatCannotGiveTheFlashBack)
 {
-    put_flash(oem_image(image_with(0x01000000)));
+    put_flash(build(image_with(0x01000000)));
     refuse_owner(0);
     watch();
     EXPECT_EQ(isFullUpgrade(device, "/no/such/image", 0, partition_size), -2);

@@ -12,12 +12,15 @@
 #include <functional>
 
 #include "tests/update/heap_watch.h"
-#include "tests/update/oem_image.h"
 #include "tests/update/owner_gate.h"
 #include "tests/update/update_test.h"
+#include "tools/bios_image/image.h"
 
 namespace board_test {
 namespace {
+
+using bios_image::build;
+using bios_image::Layout;
 
 constexpr uint32_t image_size = 0x4000; // of every copy here; two chunks
 
@@ -273,16 +276,16 @@ protected:
         refuse_owner(2);
         // Neither erased nor written by chance.
         before_ = Bytes(partition_size, 0xA5);
-        OemImage oem = {.size = image_size, .regions = {{0, image_size}}};
+        Layout oem = {.size = image_size, .volume_at = 0x3000, .regions = {{0, image_size}}};
         if (&GetParam().operation == &decide) {
             oem.flag = 0x01000000;
-            before_ = oem_image(oem);
+            before_ = build(oem);
             before_.resize(partition_size, 0xFF);
             oem.flag = 0x02000000;
         }
         board.flash().put(0, before_);
         board.bios_flash().put(0, before_);
-        image_ = full_oem_image(oem, 2);
+        image_ = build(oem, 2);
         put_image(image_);
     }
 

@@ -2,11 +2,18 @@
 
 #include <algorithm>
 
-#include "tests/update/oem_image.h"
 #include "tests/update/update_test.h"
+#include "tools/bios_image/image.h"
 
 namespace board_test {
 namespace {
+
+using bios_image::build;
+using bios_image::Layout;
+using bios_image::oem_data_guid;
+using bios_image::oem_volume_guid;
+using bios_image::put_guid;
+using bios_image::store16;
 
 constexpr const char *device = "/dev/mtd6";
 constexpr uint32_t flag = 0x05000000;
@@ -29,7 +36,7 @@ protected:
     void SetUp() override
     {
         UpdateTest::SetUp();
-        board.bios_flash().put(0, oem_image({.size = 0x3000, .flag = 0x01000000}));
+        board.bios_flash().put(0, build({.size = 0x3000, .flag = 0x01000000}));
     }
     // What the reader of images says of the file; "found" if it finds the flag.
     std::string search_file(const std::string &name, uint32_t offset, uint32_t size)
@@ -56,7 +63,7 @@ protected:
     }
     std::string search_flash()
     {
-        const std::string name = file("image", oem_image({.flag = flag}));
+        const std::string name = file("image", build({.flag = flag}));
         output();
         const int result = isFullUpgrade(device, name.c_str(), 0, 0x10000);
         const std::string said = output();
@@ -90,6 +97,9 @@ TEST_F(OemDataTest, GuidsAreInUefiByteOrder)
                         0xA2, 0x54, 0xF4, 0xE5, 0xA2, 0x8A, 0x8F, 0x97};
     EXPECT_EQ(Bytes(g_OemFvGuid, g_OemFvGuid + 16), volume);
     EXPECT_EQ(Bytes(g_OemDataGuid, g_OemDataGuid + 16), data);
+    // The builder of the images below writes them on its own.
+    EXPECT_EQ(Bytes(oem_volume_guid.begin(), oem_volume_guid.end()), volume);
+    EXPECT_EQ(Bytes(oem_data_guid.begin(), oem_data_guid.end()), data);
 }
 
 // ---- images ----
@@ -97,9 +107,9 @@ TEST_F(OemDataTest, GuidsAreInUefiByteOrder)
 TEST_F(OemDataTest, ImageVolumeMayBeginAtAnyBlock)
 {
     for (const uint32_t at : {0x0000U, 0x1000U, 0x8000U, 0xF000U}) {
-        EXPECT_EQ(search_image(oem_image({.volume_at = at, .flag = flag})), "found") << at;
+        EXPECT_EQ(search_image(build({.volume_at = at, .flag = flag})), "found") << at;
     }
-    Bytes between = oem_image({.volume_at = 0x1000, .flag = flag});
+    Bytes between = build({.volume_at = 0x1000, .flag = flag});
     between.insert(between.begin(), 16, 0xFF);
     between.resize(0x10000);
     EXPECT_EQ(search_image(between), not_in_file);
@@ -108,17 +118,17 @@ TEST_F(OemDataTest, ImageVolumeMayBeginAtAnyBlock)
 TEST_F(OemDataTest, ImageFilesBeginBehindTheVolumeHeader)
 {
     for (const uint16_t length : lengths({0, 52, 64, 72, 1000, 3643})) {
-        const OemImage image = {.volume_at = 0, .header_length = length, .flag = flag};
-        EXPECT_EQ(search_image(oem_image(image)), "found") << length;
+        const Layout image = {.volume_at = 0, .header_length = length, .flag = flag};
+        EXPECT_EQ(search_image(build(image)), "found") << length;
     }
 }
 
 TEST_F(OemDataTest, ImageFilesAreWalkedWithTheirHeaderAddedOnTop)
 {
-    EXPECT_EQ(search_image(oem_image({.files = {0}, .flag = flag})), "found");
-    EXPECT_EQ(search_image(oem_image({.files = {24, 100, 0, 3000}, .flag = flag})), "found");
+    EXPECT_EQ(search_image(build({.files = {0}, .flag = flag})), "found");
+    EXPECT_EQ(search_image(build({.files = {24, 100, 0, 3000}, .flag = flag})), "found");
     // A size that counts for itself leads past the next header.
-    Bytes image = oem_image({.flag = flag});
+    Bytes image = build({.flag = flag});
     std::copy_n(image.begin() + 0x1040, 500, image.begin() + 0x1040 + 100);
     std::fill_n(image.begin() + 0x1040, 16, uint8_t{0xFF});
     store16(image, 0x1040 + 20, 100);
@@ -129,37 +139,36 @@ TEST_F(OemDataTest, ImageFilesAreWalkedWithTheirHeaderAddedOnTop)
 
 TEST_F(OemDataTest, ImageDataMustEndBeforeTheBlocksLastByte)
 {
-    EXPECT_EQ(search_image(oem_image({.header_length = 3643, .flag = flag})), "found");
-    EXPECT_EQ(search_image(oem_image({.header_length = 3644, .flag = flag})), data_overrun());
-    EXPECT_EQ(search_image(oem_image({.header_length = 4072, .flag = flag})), data_overrun());
+    EXPECT_EQ(search_image(build({.header_length = 3643, .flag = flag})), "found");
+    EXPECT_EQ(search_image(build({.header_length = 3644, .flag = flag})), data_overrun());
+    EXPECT_EQ(search_image(build({.header_length = 4072, .flag = flag})), data_overrun());
 }
 
 TEST_F(OemDataTest, ImageHeadersMustLieInTheBlock)
 {
     for (const uint16_t length : lengths({4073, 4095})) {
-        EXPECT_EQ(search_image(oem_image({.header_length = length, .flag = flag})),
-                  header_overrun());
+        EXPECT_EQ(search_image(build({.header_length = length, .flag = flag})), header_overrun());
     }
     // Position 4096 and behind is the end of the walk.
     for (const uint16_t length : lengths({4096, 4097, 65035})) {
-        EXPECT_EQ(search_image(oem_image({.size = 0x20000, .header_length = length, .flag = flag})),
+        EXPECT_EQ(search_image(build({.size = 0x20000, .header_length = length, .flag = flag})),
                   not_in_file);
     }
-    EXPECT_EQ(search_image(oem_image({.files = {4009 - 24}, .flag = flag})), header_overrun());
-    EXPECT_EQ(search_image(oem_image({.files = {4032 - 24}, .flag = flag})), not_in_file);
+    EXPECT_EQ(search_image(build({.files = {4009 - 24}, .flag = flag})), header_overrun());
+    EXPECT_EQ(search_image(build({.files = {4032 - 24}, .flag = flag})), not_in_file);
 }
 
 TEST_F(OemDataTest, ImageWithSizesThatPointAnywhereIsSurvived)
 {
     for (uint32_t seed = 1; seed <= 200; ++seed) {
         Bytes image = pattern(0x1000, seed);
-        put_guid(image, 16, g_OemFvGuid);
+        put_guid(image, 16, oem_volume_guid);
         const std::string said = search_image(image);
         EXPECT_TRUE(said == not_in_file || said == header_overrun()) << seed << said;
     }
     // Files without a size: the walk goes header by header.
     Bytes image(0x1000, 0);
-    put_guid(image, 16, g_OemFvGuid);
+    put_guid(image, 16, oem_volume_guid);
     EXPECT_EQ(search_image(image), not_in_file) << "64 + 168 * 24 is 4096";
     image[48] = 65;
     EXPECT_EQ(search_image(image), header_overrun());
@@ -167,11 +176,11 @@ TEST_F(OemDataTest, ImageWithSizesThatPointAnywhereIsSurvived)
 
 TEST_F(OemDataTest, ImageIsSearchedInItsFirstVolumeAlone)
 {
-    Bytes image = oem_image({.volume_at = 0x4000, .flag = flag});
-    put_guid(image, 0x2000 + 16, g_OemFvGuid);
+    Bytes image = build({.volume_at = 0x4000, .flag = flag});
+    put_guid(image, 0x2000 + 16, oem_volume_guid);
     EXPECT_EQ(search_image(image), not_in_file);
     // And in the first block of that.
-    image = oem_image({.volume_at = 0x4000, .flag = flag});
+    image = build({.volume_at = 0x4000, .flag = flag});
     std::copy_n(image.begin() + 0x4040, 500, image.begin() + 0x5040);
     std::fill_n(image.begin() + 0x4040, 16, uint8_t{0xFF});
     EXPECT_EQ(search_image(image), not_in_file);
@@ -179,7 +188,7 @@ TEST_F(OemDataTest, ImageIsSearchedInItsFirstVolumeAlone)
 
 TEST_F(OemDataTest, ImageGuidsCountWhole)
 {
-    const Bytes good = oem_image({.volume_at = 0, .flag = flag});
+    const Bytes good = build({.volume_at = 0, .flag = flag});
     for (const size_t guid : {size_t{16}, size_t{64}}) {
         for (size_t byte = 0; byte < 16; ++byte) {
             Bytes image = good;
@@ -191,15 +200,15 @@ TEST_F(OemDataTest, ImageGuidsCountWhole)
 
 TEST_F(OemDataTest, ImageIsSearchedUpToItsSize)
 {
-    const std::string name = file("image", oem_image({.volume_at = 0x2000, .flag = flag}));
+    const std::string name = file("image", build({.volume_at = 0x2000, .flag = flag}));
     EXPECT_EQ(search_file(name, 0, 0x2000), not_in_file);
     EXPECT_EQ(search_file(name, 0, 0x2001), "found") << "a started block is read whole";
     EXPECT_EQ(search_file(name, 0, 0xFFFFFFFF), "found");
     EXPECT_EQ(search_file(name, 0, 4095), not_in_file);
     EXPECT_EQ(search_file(name, 0, 0), not_in_file);
-    EXPECT_EQ(search_file(file("small", oem_image({.size = 4096, .volume_at = 0, .flag = flag})), 0,
-                          4096),
-              "found");
+    EXPECT_EQ(
+        search_file(file("small", build({.size = 4096, .volume_at = 0, .flag = flag})), 0, 4096),
+        "found");
 }
 
 TEST_F(OemDataTest, ImageBelowOneBlockIsNotOpened)
@@ -215,7 +224,7 @@ TEST_F(OemDataTest, ImageBelowOneBlockIsNotOpened)
 
 TEST_F(OemDataTest, ImageBeginsAtItsOffset)
 {
-    Bytes image = oem_image({.volume_at = 0x1000, .flag = flag});
+    Bytes image = build({.volume_at = 0x1000, .flag = flag});
     image.insert(image.begin(), 100, 0xFF);
     const std::string name = file("image", image);
     EXPECT_EQ(search_file(name, 100, 0x10000), "found");
@@ -236,7 +245,7 @@ TEST_F(OemDataTest, ImageThatEndsEarlySaysSo)
 
 TEST_F(OemDataTest, ImageThatShrinksSaysSo)
 {
-    put_image(oem_image({.volume_at = 0x4000, .flag = flag}));
+    put_image(build({.volume_at = 0x4000, .flag = flag}));
     board.faults.add(fault("image", Operation::read, Fault::Kind::result, 0, 1));
     const std::string said = search_file(board_image, 0, 0x10000);
     EXPECT_TRUE(said.starts_with("read file /ko/image.bin size error ")) << said;
@@ -247,7 +256,7 @@ TEST_F(OemDataTest, ImageThatShrinksSaysSo)
 
 TEST_F(OemDataTest, FlashNeedsNoVolume)
 {
-    Bytes contents = oem_image({.size = 0x3000, .flag = flag});
+    Bytes contents = build({.size = 0x3000, .flag = flag});
     EXPECT_EQ(search_flash(contents), "found");
     std::fill_n(contents.begin() + 0x1000, 64, uint8_t{0xFF});
     EXPECT_EQ(search_flash(contents), "found");
@@ -256,28 +265,27 @@ TEST_F(OemDataTest, FlashNeedsNoVolume)
 TEST_F(OemDataTest, FlashIsWalkedFromByte64OfEachBlock)
 {
     for (const uint32_t block : {0U, 1U, 2U}) {
-        OemImage image = {.size = 0x3000, .volume_at = block * 0x1000, .flag = flag};
-        EXPECT_EQ(search_flash(oem_image(image)), "found") << block;
+        Layout image = {.size = 0x3000, .volume_at = block * 0x1000, .flag = flag};
+        EXPECT_EQ(search_flash(build(image)), "found") << block;
         image.header_length = 72;
-        EXPECT_EQ(search_flash(oem_image(image)), not_in_flash) << block;
+        EXPECT_EQ(search_flash(build(image)), not_in_flash) << block;
     }
 }
 
 TEST_F(OemDataTest, FlashDataMayEndWithItsBlock)
 {
     // 64 + 24 + 3556 is 3644, one further than in an image.
-    EXPECT_EQ(search_flash(oem_image({.size = 0x3000, .files = {3555}, .flag = flag})), "found");
-    EXPECT_EQ(search_flash(oem_image({.size = 0x3000, .files = {3556}, .flag = flag})), "found");
-    EXPECT_EQ(search_flash(oem_image({.size = 0x3000, .files = {3557}, .flag = flag})),
-              not_in_flash);
-    EXPECT_EQ(search_flash(oem_image({.size = 0x3000, .files = {0, 10, 24, 500}, .flag = flag})),
+    EXPECT_EQ(search_flash(build({.size = 0x3000, .files = {3555}, .flag = flag})), "found");
+    EXPECT_EQ(search_flash(build({.size = 0x3000, .files = {3556}, .flag = flag})), "found");
+    EXPECT_EQ(search_flash(build({.size = 0x3000, .files = {3557}, .flag = flag})), not_in_flash);
+    EXPECT_EQ(search_flash(build({.size = 0x3000, .files = {0, 10, 24, 500}, .flag = flag})),
               "found");
 }
 
 TEST_F(OemDataTest, FlashFileLargerThanItsBlockEndsTheBlock)
 {
     Bytes contents(0x3000, 0);
-    const Bytes later = oem_image({.size = 0x1000, .volume_at = 0, .flag = flag});
+    const Bytes later = build({.size = 0x1000, .volume_at = 0, .flag = flag});
     std::copy(later.begin(), later.end(), contents.begin() + 0x2000);
     for (const uint32_t size : {4095U, 4096U, 65535U}) {
         store16(contents, 64 + 20, size);
@@ -296,7 +304,7 @@ TEST_F(OemDataTest, FlashWithSizesThatPointAnywhereIsSurvived)
 
 TEST_F(OemDataTest, FlashThatIsNotReadHasNoFlag)
 {
-    board.bios_flash().put(0, oem_image({.size = 0x3000, .flag = flag}));
+    board.bios_flash().put(0, build({.size = 0x3000, .flag = flag}));
     EXPECT_EQ(search_flash(), "found");
     const Fault faults[] = {fault("mtd6", Operation::seek, Fault::Kind::error, EIO),
                             fault("mtd6", Operation::read, Fault::Kind::error, EIO, 1),
@@ -313,7 +321,7 @@ TEST_F(OemDataTest, FlashThatIsNotReadHasNoFlag)
 
 TEST_F(OemDataTest, FlashIsOpenedAsTheRawAccessDoes)
 {
-    EXPECT_EQ(search_flash(oem_image({.size = 0x3000, .flag = flag})), "found");
+    EXPECT_EQ(search_flash(build({.size = 0x3000, .flag = flag})), "found");
     EXPECT_EQ(board.trace.of(Operation::open, "mtd6").at(0).address, 0x1000U);
     EXPECT_EQ(board.trace.of(Operation::seek, "mtd6").at(0).address, 0U);
     for (const Event &read : board.trace.of(Operation::read, "mtd6")) {

@@ -2,11 +2,14 @@
 
 #include <algorithm>
 
-#include "tests/update/oem_image.h"
 #include "tests/update/update_test.h"
+#include "tools/bios_image/image.h"
 
 namespace board_test {
 namespace {
+
+using bios_image::build;
+using bios_image::Layout;
 
 using virtual_board::NorFlash;
 
@@ -85,9 +88,9 @@ TEST_F(PowerCutTest, CutAfterTheLastByteIsFoundByTheVerify)
 
 TEST_F(PowerCutTest, LoaderGivesTheFlashBackAndTheNextLoadSucceeds)
 {
-    OemImage oem;
+    Layout oem;
     oem.regions = {{0x3000, 0x1000}, {0x8000, 0x2000}};
-    const Bytes image = full_oem_image(oem, 2);
+    const Bytes image = build(oem, 2);
     const std::string name = file("image", image);
     const Bytes before = board.bios_flash().contents();
     for (const uint64_t cut : {0x800U, 0x1000U, 0x1800U, 0x2000U, 0x3123U, 0x5FFFU}) {

@@ -38,16 +38,6 @@ Personality update_board()
     return personality;
 }
 
-Bytes pattern(size_t count, uint32_t seed)
-{
-    Bytes bytes(count);
-    for (uint8_t &byte : bytes) {
-        seed = seed * 1103515245 + 12345;
-        byte = static_cast<uint8_t>(seed >> 16);
-    }
-    return bytes;
-}
-
 std::string text(const char *format, ...)
 {
     char buffer[1024];

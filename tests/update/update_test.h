@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "tests/support/board_test.h"
+#include "tools/bios_image/image.h"
 
 namespace board_test {
 
@@ -17,8 +18,7 @@ constexpr uint32_t erase_size = 0x1000;
 constexpr uint32_t partition_size = 0x10000;
 Personality update_board();
 
-// Bytes that repeat nowhere near.
-Bytes pattern(size_t count, uint32_t seed = 1);
+using bios_image::pattern;
 
 // printf into a string.
 std::string text(const char *format, ...) __attribute__((format(printf, 1, 2)));
