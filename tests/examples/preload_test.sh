@@ -78,6 +78,21 @@ code=$?
 expect 1 'bmc   | the board is closed'
 expect 1 'virtual board: the program ended before line 2 of the host script'
 
+# Faults come from outside too.
+export VIRTUAL_BOARD_FAULTS='cpld:open:error=EACCES ; fpga:open:error,skip=7'
+run - "$controller"
+expect 1 "cpld_init: cann't open device"
+export VIRTUAL_BOARD_FAULTS='cpld:open:lies'
+run - "$controller"
+expect 2 'virtual board: fault "cpld:open:lies": there is no kind "lies"'
+unset VIRTUAL_BOARD_FAULTS
+for timing in '' 1000 1000, 1000,100us x,100; do
+    export VIRTUAL_BOARD_FLASH_TIMING="$timing"
+    run - "$controller"
+    expect 2 "virtual board: flash timing \"$timing\": it is ERASE,PROGRAM"
+done
+unset VIRTUAL_BOARD_FLASH_TIMING
+
 # The script is the program's own, not one of those that it runs in turn.
 run "$folder/unfinished" env
 expect 1 'VIRTUAL_BOARD_PERSONALITY=brava-0'

@@ -37,4 +37,11 @@ cmake -S "$client" -B "$work/cmake" -G Ninja -DCMAKE_PREFIX_PATH="$prefix" -DCMA
     -DCMAKE_CXX_FLAGS="$flags" >/dev/null
 cmake --build "$work/cmake" >/dev/null
 LD_LIBRARY_PATH=$lib "$work/cmake/cxx_client"
+
+# The tool finds the libraries of its own installation by itself. A sanitizer
+# wants to be loaded first.
+if [ -x "$prefix/bin/boardctl" ]; then
+    [ -e "$prefix/share/man/man1/boardctl.1" ] || { echo "FAILED: no manual page"; exit 1; }
+    ASAN_OPTIONS=verify_asan_link_order=0 "$prefix/bin/boardctl" --virtual info >/dev/null
+fi
 echo "an installed copy serves C and C++ clients"
