@@ -9,7 +9,6 @@
 
 #include "board_hal.h"
 
-#include <dlfcn.h>
 #include <errno.h>
 #include <fcntl.h>
 #include <stdarg.h>
@@ -24,7 +23,13 @@
 #include <string>
 #include <vector>
 
+#include "fuzz/support/input.h"
+
 namespace {
+
+using fuzz::Input;
+using fuzz::next_of;
+using fuzz::require;
 
 constexpr std::size_t block_size = 8192;
 constexpr std::size_t data_start = 4;
@@ -42,19 +47,6 @@ struct Device {
 };
 
 Device device;
-
-void require(bool condition, const char *what)
-{
-    if (!condition) {
-        fprintf(stderr, "broken: %s\n", what);
-        abort();
-    }
-}
-
-template <typename Function> Function next_of(Function, const char *name)
-{
-    return reinterpret_cast<Function>(dlsym(RTLD_NEXT, name));
-}
 
 } // namespace
 
@@ -126,32 +118,6 @@ void perror(const char *) {}
 } // extern "C"
 
 namespace {
-
-class Input {
-public:
-    Input(const uint8_t *data, std::size_t size) : at_(data), end_(data + size) {}
-
-    bool empty() const { return at_ == end_; }
-    uint8_t byte() { return empty() ? uint8_t{0} : *at_++; }
-    std::size_t word()
-    {
-        const std::size_t low = byte();
-        return low | static_cast<std::size_t>(byte()) << 8;
-    }
-    std::size_t left() const { return static_cast<std::size_t>(end_ - at_); }
-    // A text of at most the given length; it ends early at a NUL.
-    std::string text(std::size_t longest)
-    {
-        const std::string bytes(reinterpret_cast<const char *>(at_), std::min(longest, left()));
-        at_ += bytes.size();
-        return bytes.c_str();
-    }
-    const uint8_t *rest() const { return at_; }
-
-private:
-    const uint8_t *at_;
-    const uint8_t *end_;
-};
 
 using Block = std::vector<uint8_t>;
 
