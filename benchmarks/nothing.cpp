@@ -1,0 +1,1 @@
+// An empty shared object: the floor of what loading a library costs.
