@@ -2,7 +2,9 @@
 
 add_library(board_hal_warnings INTERFACE)
 target_compile_options(board_hal_warnings INTERFACE
-  -Wall -Wextra -Wconversion -Wshadow $<$<BOOL:${BOARD_HAL_WERROR}>:-Werror>)
+  -Wall -Wextra -Wconversion -Wshadow $<$<BOOL:${BOARD_HAL_WERROR}>:-Werror>
+  # Wrong in g++ 12 where optimised texts are joined.
+  $<$<COMPILE_LANG_AND_ID:CXX,GNU>:-Wno-restrict>)
 
 add_library(board_hal_sanitizers INTERFACE)
 if(BOARD_HAL_SANITIZE)
@@ -22,6 +24,10 @@ function(board_hal_library_options target)
     # stand in for: no fortified variants, no rewriting of one output call into
     # another.
     -U_FORTIFY_SOURCE -fno-builtin-printf -fno-builtin-puts)
+  if(BOARD_HAL_COVERAGE)
+    target_compile_options(${target} PRIVATE --coverage)
+    target_link_options(${target} PRIVATE --coverage)
+  endif()
   set_target_properties(${target} PROPERTIES
     C_VISIBILITY_PRESET hidden CXX_VISIBILITY_PRESET hidden VISIBILITY_INLINES_HIDDEN ON
     POSITION_INDEPENDENT_CODE ON)
@@ -29,6 +35,8 @@ function(board_hal_library_options target)
   # fails if something starts to need it.
   target_link_options(${target} PRIVATE -Wl,--as-needed -Wl,-z,relro -Wl,-z,now)
   if(NOT BOARD_HAL_SANITIZE)
-    target_link_options(${target} PRIVATE -Wl,-z,defs)
+    # Divisions that a processor has no instruction for come from the compiler's
+    # archive, not from a library of its own.
+    target_link_options(${target} PRIVATE -static-libgcc -Wl,-z,defs)
   endif()
 endfunction()

@@ -40,13 +40,79 @@ stage_lint() {
     echo "lint: clang-tidy finds nothing in the library"
 }
 
+# The compiler's own path analysis.
+stage_analyzer() {
+    cmake -S . -B build/analyzer -G Ninja -DCMAKE_BUILD_TYPE=Release -DBOARD_HAL_WERROR=ON \
+        -DCMAKE_CXX_FLAGS=-fanalyzer -DBOARD_HAL_BUILD_VIRTUAL_BOARD=OFF \
+        -DBOARD_HAL_BUILD_EXAMPLES=OFF -DBOARD_HAL_BUILD_TOOLS=OFF >/dev/null
+    cmake --build build/analyzer --target board_hal vos -- -j"$jobs"
+    echo "analyzer: gcc -fanalyzer finds nothing in the library"
+}
+
+# Names each line and each branch of the library that no test reaches.
+stage_coverage() {
+    scripts/coverage.sh
+}
+
+# The failure sweep prints its own line.
+stage_sweep() {
+    cmake --preset asan+ubsan >/dev/null
+    cmake --build build/asan-ubsan --target failure_sweep -- -j"$jobs" >/dev/null
+    local log
+    log=$(mktemp)
+    if ! build/asan-ubsan/bin/failure_sweep >"$log" 2>&1; then
+        grep -v '^\[' "$log"
+        rm -f "$log"
+        return 1
+    fi
+    grep '^failure sweep:' "$log"
+    rm -f "$log"
+}
+
+# BOARD_THREADS_SECONDS sets the length, BOARD_THREADS_SEED the order.
+stage_threads() {
+    cmake --preset tsan >/dev/null
+    cmake --build build/tsan --target board_threads -- -j"$jobs" >/dev/null
+    tests/threads/threads.sh build/tsan/bin/board_threads tests/threads/tsan.supp \
+        "${BOARD_THREADS_SECONDS:-120}"
+}
+
 stage_fuzz() {
-    scripts/fuzz.sh 10
+    scripts/fuzz.sh 30
+}
+
+stage_docs() {
+    scripts/docs.sh
+}
+
+stage_abi() {
+    scripts/abi.sh check
+}
+
+# The whole suite on both ARM targets under qemu-user.
+stage_cross() {
+    scripts/install-deps.sh cross
+    local arch
+    for arch in armhf armel; do
+        cmake -S . -B "build/$arch" -G Ninja -DCMAKE_BUILD_TYPE=RelWithDebInfo \
+            -DCMAKE_TOOLCHAIN_FILE="cmake/toolchains/$arch.cmake" -DBOARD_HAL_WERROR=ON >/dev/null
+        cmake --build "build/$arch" -- -j"$jobs"
+        ctest --test-dir "build/$arch" -j"$jobs" --output-on-failure --no-tests=error --timeout 300
+    done
+    echo "cross: all tests pass on armhf (Cortex-A9) and armel (ARM926) under qemu-user"
+}
+
+stage_package() {
+    scripts/package.sh
+}
+
+stage_real-kernel() {
+    scripts/real-kernel.sh
 }
 
 stages=("$@")
 if [ ${#stages[@]} -eq 0 ]; then
-    stages=(format headers clang lint sanitizers fuzz)
+    stages=(format headers docs abi clang lint analyzer sanitizers sweep threads fuzz coverage cross package real-kernel)
 fi
 
 scripts/install-deps.sh check
