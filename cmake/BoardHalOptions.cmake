@@ -2,7 +2,9 @@
 
 add_library(board_hal_warnings INTERFACE)
 target_compile_options(board_hal_warnings INTERFACE
-  -Wall -Wextra -Wconversion -Wshadow $<$<BOOL:${BOARD_HAL_WERROR}>:-Werror>
+  -Wall -Wextra -Wconversion $<$<BOOL:${BOARD_HAL_WERROR}>:-Werror>
+  # In groups, a file's names shadow those of its neighbours.
+  $<$<NOT:$<BOOL:${CMAKE_UNITY_BUILD}>>:-Wshadow>
   # Wrong in g++ 12 where optimised texts are joined.
   $<$<COMPILE_LANG_AND_ID:CXX,GNU>:-Wno-restrict>)
 
@@ -12,6 +14,12 @@ if(BOARD_HAL_SANITIZE)
     -fsanitize=${BOARD_HAL_SANITIZE} -fno-sanitize-recover=undefined -fno-omit-frame-pointer)
   target_link_options(board_hal_sanitizers INTERFACE -fsanitize=${BOARD_HAL_SANITIZE})
 endif()
+
+# Presets compile sources in groups, which takes a quarter of the time. These
+# files have names of their own that others of their target have, too.
+function(board_hal_compile_alone)
+  set_source_files_properties(${ARGN} PROPERTIES SKIP_UNITY_BUILD_INCLUSION ON)
+endfunction()
 
 # A shared library that runs on the controller: C++20 without its runtime, and
 # nothing exported but its list.
@@ -29,6 +37,7 @@ function(board_hal_library_options target)
     target_link_options(${target} PRIVATE --coverage)
   endif()
   set_target_properties(${target} PROPERTIES
+    UNITY_BUILD OFF # the same objects in every build
     C_VISIBILITY_PRESET hidden CXX_VISIBILITY_PRESET hidden VISIBILITY_INLINES_HIDDEN ON
     POSITION_INDEPENDENT_CODE ON)
   # --as-needed leaves the C++ runtime out of the dependencies; the exports test

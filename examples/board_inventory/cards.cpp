@@ -9,7 +9,6 @@ namespace board_inventory {
 
 namespace {
 
-constexpr uint32_t corvo_node = 2;
 constexpr uint32_t pcie_slot_type = 0;
 
 // A card that the board cannot hold is not asked.
@@ -91,7 +90,7 @@ Table pcie_map()
                  {"riser", "riser"},
                  {"chassis_slot", "chassis slot"}},
                 {}};
-    const bool corvo = get_current_board_type() == corvo_node;
+    const bool corvo = is_corvo_node();
     const pcie_bdf_slot *const rows = corvo ? g_pcieBDF_forCorvo : g_pcieBDF_forBrava;
     const int32_t count = corvo ? g_pcieBDFsize_forCorvo : g_pcieBDFsize_forBrava;
     for (int32_t row = 0; row < count; ++row) {

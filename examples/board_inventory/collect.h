@@ -2,10 +2,18 @@
 #ifndef BOARD_INVENTORY_COLLECT_H
 #define BOARD_INVENTORY_COLLECT_H
 
+#include <board_hal.h>
+
 #include "board_inventory/polls.h"
 #include "board_inventory/report.h"
 
 namespace board_inventory {
+
+// The other board type is a Brava node.
+inline bool is_corvo_node()
+{
+    return get_current_board_type() == 2;
+}
 
 Report collect(const Polls &polls);
 

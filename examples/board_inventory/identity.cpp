@@ -9,8 +9,6 @@ namespace board_inventory {
 
 namespace {
 
-constexpr uint32_t corvo_node = 2;
-
 Value byte_of(int (*get)(uint8_t *))
 {
     uint8_t value = 0;
@@ -74,8 +72,7 @@ Value parity()
 Table identity()
 {
     List list("identity", "Identity");
-    list.add("board_type", "node type",
-             text(get_current_board_type() == corvo_node ? "Corvo" : "Brava"));
+    list.add("board_type", "node type", text(is_corvo_node() ? "Corvo" : "Brava"));
     list.add("bom_id", "BOM id", bom_id());
     list.add("extended_bom_id", "extended BOM id", number(get__extendbomid()));
     list.add("product_id", "product id", byte_of(get_product_id));

@@ -12,8 +12,7 @@ namespace board_test {
 
 namespace {
 
-constexpr Reach nothing = Reach::nothing;
-constexpr Reach calls = Reach::calls;
+using enum Reach;
 
 void put_environment(Board &board)
 {

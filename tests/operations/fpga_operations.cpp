@@ -6,9 +6,7 @@ namespace board_test {
 
 namespace {
 
-constexpr Reach nothing = Reach::nothing;
-constexpr Reach registers = Reach::registers;
-constexpr Reach calls = Reach::calls;
+using enum Reach;
 
 constexpr const char *opens_again = "opens a device that every other thread works with";
 

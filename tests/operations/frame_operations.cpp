@@ -10,9 +10,7 @@ namespace board_test {
 
 namespace {
 
-constexpr Reach nothing = Reach::nothing;
-constexpr Reach registers = Reach::registers;
-constexpr Reach calls = Reach::calls;
+using enum Reach;
 
 constexpr const char *once = "opens or closes what every other thread works with";
 

@@ -6,8 +6,7 @@ namespace board_test {
 
 namespace {
 
-constexpr Reach nothing = Reach::nothing;
-constexpr Reach registers = Reach::registers;
+using enum Reach;
 
 Operations maximum_operations()
 {

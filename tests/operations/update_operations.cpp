@@ -10,8 +10,7 @@ namespace board_test {
 
 namespace {
 
-constexpr Reach nothing = Reach::nothing;
-constexpr Reach calls = Reach::calls;
+using enum Reach;
 
 constexpr const char *controller_flash = "/dev/mtd0";
 constexpr const char *bios_flash = "/dev/mtd6";
