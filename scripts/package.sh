@@ -67,7 +67,7 @@ tool() {
 }
 for program in "$root"/usr/bin/*; do
     name=$(basename "$program")
-    tool "Usage: $name" "$program" --help
+    tool "sage: $name " "$program" --help
     zgrep -q '^\.SH NAME' "$root/usr/share/man/man1/$name.1.gz" || fail "$name has no manual page"
 done
 tool Brava boardctl --virtual info
