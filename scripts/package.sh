@@ -49,7 +49,7 @@ cc -std=c11 -Wall -Wextra -Werror "$client/client.c" -o c_client $flags
 cmake -S "$client" -B cxx_client -G Ninja -DCMAKE_PREFIX_PATH="$root/usr" >/dev/null
 cmake --build cxx_client >/dev/null
 for program in ./c_client cxx_client/cxx_client; do
-    LD_LIBRARY_PATH=$root/usr/lib/$multiarch ldd "$program" | grep -qF "libboard_hal.so.1 => $root/" ||
+    LD_LIBRARY_PATH=$root/usr/lib/$multiarch ldd "$program" | grep -F "libboard_hal.so.1 => $root/" >/dev/null ||
         fail "$program does not use the packaged library"
     LD_LIBRARY_PATH=$root/usr/lib/$multiarch "$program"
 done
@@ -68,7 +68,7 @@ tool() {
 for program in "$root"/usr/bin/*; do
     name=$(basename "$program")
     tool "sage: $name " "$program" --help
-    zgrep -q '^\.SH NAME' "$root/usr/share/man/man1/$name.1.gz" || fail "$name has no manual page"
+    zcat "$root/usr/share/man/man1/$name.1.gz" | grep "^\.SH NAME" >/dev/null || fail "$name has no manual page"
 done
 tool Brava boardctl --virtual info
 tool Corvo virtual-board run --personality corvo-8 -- boardctl info
