@@ -4,9 +4,11 @@
 
 #include <gtest/gtest.h>
 #include <signal.h>
+#include <spawn.h>
 #include <stdlib.h>
 #include <string.h>
 #include <sys/wait.h>
+#include <unistd.h>
 
 #include <string>
 #include <vector>
@@ -177,10 +179,30 @@ TEST(VosSystem, TellsTheSignal)
     EXPECT_EQ(shell("kill -9 $$"), 128 + SIGKILL);
 }
 
+// An emulator may start a process with fork, which tells nothing.
+bool failed_starts_are_told()
+{
+    pid_t child = -1;
+    char name[] = "program";
+    char *const arguments[] = {name, nullptr};
+    if (posix_spawn(&child, "/no/such/program", nullptr, nullptr, arguments, environ) != 0) {
+        return true;
+    }
+    waitpid(child, nullptr, 0);
+    return false;
+}
+
 TEST(VosSystem, RefusesWhatCannotStart)
 {
+    if (!failed_starts_are_told()) {
+        GTEST_SKIP() << "posix_spawn does not tell failed starts on this machine";
+    }
     EXPECT_EQ(run("/no/such/program", {"program"}), -1);
     EXPECT_EQ(run("sh", {"sh", "-c", "exit 0"}), -1); // a path, no search
+}
+
+TEST(VosSystem, RefusesNullPointers)
+{
     EXPECT_EQ(run(nullptr, {"program"}), -1);
     EXPECT_EQ(vos_system("/bin/true", nullptr), -1);
 }
