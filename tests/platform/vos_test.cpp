@@ -4,14 +4,14 @@
 
 #include <gtest/gtest.h>
 #include <signal.h>
-#include <spawn.h>
 #include <stdlib.h>
 #include <string.h>
 #include <sys/wait.h>
-#include <unistd.h>
 
 #include <string>
 #include <vector>
+
+#include "tests/support/machine.h"
 
 namespace board_test {
 namespace {
@@ -179,22 +179,9 @@ TEST(VosSystem, TellsTheSignal)
     EXPECT_EQ(shell("kill -9 $$"), 128 + SIGKILL);
 }
 
-// An emulator may start a process with fork, which tells nothing.
-bool failed_starts_are_told()
-{
-    pid_t child = -1;
-    char name[] = "program";
-    char *const arguments[] = {name, nullptr};
-    if (posix_spawn(&child, "/no/such/program", nullptr, nullptr, arguments, environ) != 0) {
-        return true;
-    }
-    waitpid(child, nullptr, 0);
-    return false;
-}
-
 TEST(VosSystem, RefusesWhatCannotStart)
 {
-    if (!failed_starts_are_told()) {
+    if (!tells_failed_starts()) {
         GTEST_SKIP() << "posix_spawn does not tell failed starts on this machine";
     }
     EXPECT_EQ(run("/no/such/program", {"program"}), -1);
