@@ -1,10 +1,14 @@
 // EEPROM pass-through, the inlet temperature, and the PMBus entry points of
 // other boards.
 
+#include <stddef.h>
 #include <stdint.h>
 
 #include "board_hal.h"
 #include "support/not_fitted.h"
+
+static_assert(sizeof(inlet_temp_sensor) == 8);
+static_assert(offsetof(inlet_temp_sensor, addr) == 4);
 
 namespace {
 

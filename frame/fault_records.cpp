@@ -2,12 +2,14 @@
 //
 // The records take no lock: one polling thread is assumed.
 
+#include <stddef.h>
 #include <stdint.h>
 #include <time.h>
 
 #include "board_hal.h"
 
 static_assert(sizeof(fdm_fault_record) == 8);
+static_assert(offsetof(fdm_fault_record, time) == 4);
 
 namespace {
 

@@ -10,6 +10,8 @@
 using namespace board_hal;
 
 static_assert(sizeof(pcie_bdf_slot) == 32);
+static_assert(offsetof(pcie_bdf_slot, slot_id) == 8);
+static_assert(offsetof(pcie_bdf_slot, type) == 28);
 
 extern "C" {
 

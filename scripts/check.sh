@@ -90,17 +90,28 @@ stage_abi() {
     scripts/abi.sh check
 }
 
-# The whole suite on both ARM targets under qemu-user.
+# The whole suite on both ARM targets under qemu-user, but for what starts further
+# programs. With little optimisation, building and running take the least together.
 stage_cross() {
     scripts/install-deps.sh cross
-    local arch
+    local arch log ran skipped result=""
+    log=$(mktemp)
     for arch in armhf armel; do
-        cmake -S . -B "build/$arch" -G Ninja -DCMAKE_BUILD_TYPE=RelWithDebInfo \
-            -DCMAKE_TOOLCHAIN_FILE="cmake/toolchains/$arch.cmake" -DBOARD_HAL_WERROR=ON >/dev/null
+        cmake -S . -B "build/$arch" -G Ninja -DCMAKE_BUILD_TYPE=Debug -DCMAKE_C_FLAGS_DEBUG=-O1 \
+            -DCMAKE_CXX_FLAGS_DEBUG=-O1 -DCMAKE_TOOLCHAIN_FILE="cmake/toolchains/$arch.cmake" \
+            -DCMAKE_UNITY_BUILD=ON -DBOARD_HAL_WERROR=ON >/dev/null
         cmake --build "build/$arch" -- -j"$jobs"
-        ctest --test-dir "build/$arch" -j"$jobs" --output-on-failure --no-tests=error --timeout 300
+        if ! ctest --test-dir "build/$arch" -j"$jobs" --output-on-failure --no-tests=error >"$log" 2>&1; then
+            grep -vE '^ +Start |   Passed ' "$log"
+            rm -f "$log"
+            return 1
+        fi
+        skipped=$(grep -cF '***Skipped' "$log" || true)
+        ran=$(($(sed -n 's/.* tests passed, .* out of //p' "$log") - skipped))
+        result+="${result:+; }$arch: $ran pass, $skipped skipped"
     done
-    echo "cross: all tests pass on armhf (Cortex-A9) and armel (ARM926) under qemu-user"
+    rm -f "$log"
+    echo "cross: the tests under qemu-user as Cortex-A9 (armhf) and ARM926 (armel): $result"
 }
 
 stage_package() {

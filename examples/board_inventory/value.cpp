@@ -50,7 +50,7 @@ std::string quoted(const std::string &value)
     return json + '"';
 }
 
-Value number(long value)
+Value number(long long value)
 {
     return {std::to_string(value), std::to_string(value), true};
 }

@@ -15,7 +15,7 @@ struct Value {
     bool is_number = false; // tables align numbers to the right
 };
 
-Value number(long value);
+Value number(long long value);
 // Shown with 0x; a plain number in JSON.
 Value hex(unsigned value, int digits = 2);
 Value yes_no(bool value);

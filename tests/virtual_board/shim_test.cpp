@@ -513,10 +513,11 @@ TEST_F(ShimTest, ThreadsUseTheBoardAtOnce)
 TEST_F(ShimTest, TheWindowIsMappedAndDropped)
 {
     const int cpld = open(cpld_node, O_RDWR);
-    for (const auto map : {mmap, mmap64}) {
+    for (const bool large : {false, true}) {
         errno = quiet_errno;
         auto *window = static_cast<volatile uint8_t *>(
-            map(nullptr, 4096, PROT_READ | PROT_WRITE, MAP_SHARED, cpld, 0));
+            large ? mmap64(nullptr, 4096, PROT_READ | PROT_WRITE, MAP_SHARED, cpld, 0)
+                  : mmap(nullptr, 4096, PROT_READ | PROT_WRITE, MAP_SHARED, cpld, 0));
         ASSERT_NE(const_cast<uint8_t *>(window), MAP_FAILED);
         set_reg(0x20, 0x5A);
         EXPECT_EQ(window[0x20], 0x5A);

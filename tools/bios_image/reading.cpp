@@ -32,8 +32,9 @@ size_t behind_file(const Bytes &bytes, size_t header)
 // The first OEM volume; sets the outcome if there is none.
 bool find_volume(const Bytes &image, uint64_t image_size, ImageReading &reading)
 {
-    for (uint64_t at = 0; at == 0 || at < image_size; at += block_size) {
-        const uint64_t left = image.size() - std::min<uint64_t>(at, image.size());
+    // What the image holds ends the search at the latest.
+    for (size_t at = 0; at == 0 || at < image_size; at += block_size) {
+        const size_t left = image.size() - std::min(at, image.size());
         if (left < block_size) {
             reading.outcome = Outcome::cut_off;
             reading.last_count = static_cast<uint32_t>(left);

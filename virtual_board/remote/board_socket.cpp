@@ -161,7 +161,8 @@ std::vector<BoardStatus> served_boards()
     const std::string directory = runtime_directory();
     const std::unique_ptr<DIR, int (*)(DIR *)> entries(opendir(directory.c_str()), closedir);
     std::vector<BoardStatus> boards;
-    while (const dirent *entry = entries ? readdir(entries.get()) : nullptr) {
+    // Numbers of files and places in a directory may be wider than a 32-bit program's.
+    while (const dirent64 *entry = entries ? readdir64(entries.get()) : nullptr) {
         const std::string_view file = entry->d_name;
         if (!file.ends_with(socket_ending)) {
             continue;

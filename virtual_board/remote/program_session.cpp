@@ -152,14 +152,15 @@ bool ProgramSession::read(Reader &question)
         answer_.signed_number(-EBADF).number(0).bytes(nullptr, 0);
         return true;
     }
-    Bytes buffer(std::max<size_t>(count, start.size()) + record_slack);
+    const auto room = static_cast<size_t>(count);
+    Bytes buffer(std::max(room, start.size()) + record_slack);
     std::copy(start.begin(), start.end(), buffer.begin());
-    const bool whole = count <= start.size();
+    const bool whole = room <= start.size();
     const Bytes before = whole ? buffer : Bytes();
-    const long result = placed ? board_->pread(*on, buffer.data(), count, offset)
-                               : board_->read(*on, buffer.data(), count);
+    const long result = placed ? board_->pread(*on, buffer.data(), room, offset)
+                               : board_->read(*on, buffer.data(), room);
     std::span<const uint8_t> changed(buffer.data(),
-                                     std::min<size_t>(count, result > 0 ? size_t(result) : 0));
+                                     std::min<size_t>(room, result > 0 ? size_t(result) : 0));
     if (whole) {
         changed = difference(before, buffer, start.size());
     }
@@ -185,8 +186,9 @@ bool ProgramSession::write(Reader &question)
     }
     Bytes buffer(bytes.size() + record_slack);
     std::copy(bytes.begin(), bytes.end(), buffer.begin());
-    answer_.signed_number(placed ? board_->pwrite(*on, buffer.data(), count, offset)
-                                 : board_->write(*on, buffer.data(), count));
+    const auto length = static_cast<size_t>(count);
+    answer_.signed_number(placed ? board_->pwrite(*on, buffer.data(), length, offset)
+                                 : board_->write(*on, buffer.data(), length));
     return true;
 }
 

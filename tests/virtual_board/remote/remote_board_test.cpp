@@ -11,6 +11,7 @@
 #include <string.h>
 #include <sys/mman.h>
 #include <sys/sysmacros.h>
+#include <sys/uio.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -94,8 +95,23 @@ TEST_F(RemoteBoardTest, TakesARecordAtTheEndOfMemory)
     EXPECT_EQ(remote->write(*file, record, 1), 1);
     EXPECT_EQ(board()->fpga().get_register(0x1234), 0x04030201U);
     EXPECT_EQ(remote->read(*file, record, 1), 4);
-    EXPECT_EQ(remote->write(*file, record + 7, 1), -EFAULT);
-    EXPECT_EQ(remote->read(*file, record + 7, 1), -EFAULT);
+    munmap(memory, page);
+}
+
+TEST_F(RemoteBoardTest, TakesNoRecordFromWhereThereIsNoMemory)
+{
+    char to = 0;
+    char from = 0;
+    const iovec parts[] = {{&to, 1}, {&from, 1}};
+    if (process_vm_readv(getpid(), &parts[0], 1, &parts[1], 1, 0) != 1) {
+        GTEST_SKIP() << "this machine does not say where a program has memory";
+    }
+    const auto page = static_cast<size_t>(sysconf(_SC_PAGESIZE));
+    void *memory = mmap(nullptr, page, PROT_NONE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
+    ASSERT_NE(memory, MAP_FAILED);
+    const auto file = open(*remote, "/dev/ipmc_fpga");
+    EXPECT_EQ(remote->write(*file, memory, 1), -EFAULT);
+    EXPECT_EQ(remote->read(*file, memory, 1), -EFAULT);
     munmap(memory, page);
 }
 
