@@ -2,6 +2,9 @@
 
 include(CMakePackageConfigHelpers)
 
+# What only the tools load: no program links to it, the loader need not find it.
+set(BOARD_HAL_PRIVATE_LIBDIR ${CMAKE_INSTALL_LIBDIR}/board_hal)
+
 install(FILES include/board_hal.h include/board_hal_cpld.h DESTINATION ${CMAKE_INSTALL_INCLUDEDIR})
 install(TARGETS board_hal EXPORT board_hal_targets
   LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR})
@@ -21,6 +24,14 @@ install(FILES
   ${CMAKE_CURRENT_BINARY_DIR}/board_halConfigVersion.cmake
   DESTINATION ${CMAKE_INSTALL_LIBDIR}/cmake/board_hal)
 
-configure_file(cmake/board_hal.pc.in board_hal.pc @ONLY)
-install(FILES ${CMAKE_CURRENT_BINARY_DIR}/board_hal.pc
-  DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
+# Written in its place when that is known: the prefix is the installation's, not
+# the configuration's.
+install(CODE "
+  set(PROJECT_DESCRIPTION \"${PROJECT_DESCRIPTION}\")
+  set(PROJECT_VERSION ${PROJECT_VERSION})
+  set(CMAKE_INSTALL_LIBDIR ${CMAKE_INSTALL_LIBDIR})
+  set(CMAKE_INSTALL_INCLUDEDIR ${CMAKE_INSTALL_INCLUDEDIR})
+  set(file \"\${CMAKE_INSTALL_PREFIX}/${CMAKE_INSTALL_LIBDIR}/pkgconfig/board_hal.pc\")
+  message(STATUS \"Installing: \$ENV{DESTDIR}\${file}\")
+  configure_file(\"${CMAKE_CURRENT_SOURCE_DIR}/cmake/board_hal.pc.in\" \"\$ENV{DESTDIR}\${file}\" @ONLY)
+  list(APPEND CMAKE_INSTALL_MANIFEST_FILES \"\${file}\")")

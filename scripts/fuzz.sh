@@ -24,20 +24,38 @@ longest()
   esac
 }
 
-ran=""
-for seeds in fuzz/corpus/*/; do
-  name=$(basename "$seeds")
+# fuzz NAME: its output is NAME.log, or all of it if the program found something.
+fuzz()
+{
   # What a run finds goes to the build directory; the seeds stay as they are.
-  found="$build/corpus/$name"
+  found="$build/corpus/$1"
   mkdir -p "$found"
-  echo "== $name: $seconds s"
-  if ! "$build/bin/${name}_fuzz" -max_total_time="$seconds" -max_len="$(longest "$name")" -timeout=10 \
-    -print_final_stats=1 -artifact_prefix="$build/$name-" "$found" "$seeds" \
-    >"$build/$name.log" 2>&1; then
-    cat "$build/$name.log"
-    exit 1
+  if "$build/bin/$1_fuzz" -max_total_time="$seconds" -max_len="$(longest "$1")" -timeout=10 \
+    -print_final_stats=1 -artifact_prefix="$build/$1-" "$found" "fuzz/corpus/$1" \
+    >"$build/$1.log" 2>&1; then
+    echo "== $1: $seconds s, $(sed -n 's/^stat::number_of_executed_units: //p' "$build/$1.log") inputs"
+  else
+    cat "$build/$1.log"
+    return 1
   fi
-  grep -E "DONE|executed_units" "$build/$name.log"
-  ran="$ran $name"
+}
+
+# A program per processor. One that fails does not stop the others.
+names=$(for seeds in fuzz/corpus/*/; do basename "$seeds"; done)
+jobs=$(nproc)
+failed=0
+started=0
+pids=""
+for name in $names; do
+  fuzz "$name" &
+  pids="$pids $!"
+  started=$((started + 1))
+  if [ "$started" -eq "$jobs" ]; then
+    for pid in $pids; do wait "$pid" || failed=1; done
+    pids=""
+    started=0
+  fi
 done
-echo "fuzz: no crash, leak, undefined behaviour or broken promise in $seconds s each of:$ran"
+for pid in $pids; do wait "$pid" || failed=1; done
+[ "$failed" -eq 0 ] || exit 1
+echo "fuzz: no crash, leak, undefined behaviour or broken promise in $seconds s each of:" $names

@@ -28,10 +28,9 @@ fi
 
 flags=""
 [ -z "$sanitize" ] || flags="-fsanitize=$sanitize"
-sed "s|^prefix=.*|prefix=$prefix|" "$lib/pkgconfig/board_hal.pc" >"$work/board_hal.pc"
 # shellcheck disable=SC2046,SC2086 # lists of words
 "$cc" -std=c11 -Wall -Wextra -Werror $flags "$client/client.c" -o "$work/c_client" \
-    $(PKG_CONFIG_PATH=$work pkg-config --cflags --libs board_hal)
+    $(PKG_CONFIG_PATH=$lib/pkgconfig pkg-config --cflags --libs board_hal)
 LD_LIBRARY_PATH=$lib "$@" "$work/c_client"
 
 cmake -S "$client" -B "$work/cmake" -G Ninja -DCMAKE_PREFIX_PATH="$prefix" -DCMAKE_CXX_COMPILER="$cxx" \
@@ -39,10 +38,18 @@ cmake -S "$client" -B "$work/cmake" -G Ninja -DCMAKE_PREFIX_PATH="$prefix" -DCMA
 cmake --build "$work/cmake" >/dev/null
 LD_LIBRARY_PATH=$lib "$@" "$work/cmake/cxx_client"
 
-# The tool finds the libraries of its own installation by itself. A sanitizer
-# wants to be loaded first, and an emulator does not run what the tool starts.
-if [ -x "$prefix/bin/boardctl" ] && [ $# -eq 0 ]; then
-    [ -e "$prefix/share/man/man1/boardctl.1" ] || { echo "FAILED: no manual page"; exit 1; }
-    ASAN_OPTIONS=verify_asan_link_order=0 "$prefix/bin/boardctl" --virtual info >/dev/null
+# The preload library is the tools' own: no program is linked to it.
+[ ! -e "$lib/libvirtual_board_preload.so" ] || { echo "FAILED: a public preload library"; exit 1; }
+# The tools find the libraries of their own installation by themselves, also
+# where it has been moved to. A sanitizer wants to be loaded first,
+# and an emulator does not run what the tools start.
+unset VIRTUAL_BOARD_PRELOAD
+export ASAN_OPTIONS=verify_asan_link_order=0
+mv "$prefix" "$work/moved"
+bin=$work/moved/bin
+if [ -x "$bin/boardctl" ] && [ $# -eq 0 ]; then
+    [ -e "$work/moved/share/man/man1/boardctl.1" ] || { echo "FAILED: no manual page"; exit 1; }
+    "$bin/boardctl" --virtual info >/dev/null
+    "$bin/virtual-board" run -- "$bin/boardctl" info >/dev/null
 fi
 echo "an installed copy serves C and C++ clients"

@@ -35,7 +35,8 @@ std::string preload_library()
     if (const char *chosen = getenv("VIRTUAL_BOARD_PRELOAD")) {
         return chosen;
     }
-    for (const char *folder : {"/../lib/", "/" INSTALLED_LIBRARIES "/"}) {
+    // Installed, and in the build folder.
+    for (const char *folder : {"/" INSTALLED_LIBRARIES "/", "/../lib/"}) {
         char found[PATH_MAX];
         const std::string path = own_directory() + folder + library_name;
         if (realpath(path.c_str(), found) != nullptr) {

@@ -22,19 +22,20 @@ std::string environment(const char *name)
     return value == nullptr ? "" : value;
 }
 
-// Beside the executable, or in the library directory of the same installation.
+// Beside the executable, in the private directory of the same installation, or
+// in the build folder.
 std::string find_library()
 {
     const std::filesystem::path folder =
         std::filesystem::read_symlink("/proc/self/exe").parent_path();
-    for (const char *place : {".", BOARDCTL_LIBRARY_FOLDER, "../lib"}) {
+    for (const char *place : {".", BOARDCTL_PRIVATE_FOLDER, "../lib"}) {
         const std::filesystem::path library = (folder / place / library_name).lexically_normal();
         if (access(library.c_str(), R_OK) == 0) {
             return library;
         }
     }
     throw Trouble(std::string(library_name) + " is not beside " + folder.string() +
-                  "/boardctl, nor in the library directory next to it: install the virtual board");
+                  "/boardctl, nor in its installation: install the virtual board");
 }
 
 void check(const Options &options)
