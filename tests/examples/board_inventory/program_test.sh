@@ -1,10 +1,11 @@
 # The program on two boards: what it prints, byte for byte, and its results.
-# usage: program_test.sh PRELOAD PROGRAM EXPECTED_FOLDER
+# usage: program_test.sh PRELOAD PROGRAM EXPECTED_FOLDER LAUNCHER
 set -u
 
 preload=$1
 program=$2
 expected=$3
+launcher=$4 # a list of words
 folder=$(mktemp -d)
 trap 'rm -rf "$folder"' EXIT
 failures=0
@@ -20,7 +21,8 @@ run()
 {
     board=$1
     shift
-    LD_PRELOAD=$preload VIRTUAL_BOARD_PERSONALITY=$board "$program" "$@" \
+    # shellcheck disable=SC2086 # a list of words
+    VIRTUAL_BOARD_PERSONALITY=$board $launcher LD_PRELOAD="$preload" "$program" "$@" \
         >"$folder/output" 2>"$folder/errors"
     code=$?
 }

@@ -1,9 +1,11 @@
 # The program's options, results, signals and streams.
-# usage: program_test.sh PRELOAD PROGRAM
+# usage: program_test.sh PRELOAD PROGRAM LAUNCHER
+# shellcheck disable=SC2086
 set -u
 
 preload=$1
 program=$2
+launcher=$3 # a list of words
 folder=$(mktemp -d)
 trap 'rm -rf "$folder"' EXIT
 failures=0
@@ -20,7 +22,7 @@ run()
 {
     printf '%b' "$1" >"$folder/script"
     shift
-    LD_PRELOAD=$preload VIRTUAL_BOARD_HOST_SCRIPT=$folder/script "$program" "$@" \
+    VIRTUAL_BOARD_HOST_SCRIPT=$folder/script $launcher LD_PRELOAD="$preload" "$program" "$@" \
         </dev/null >"$folder/output" 2>"$folder/errors"
     code=$?
 }
@@ -28,7 +30,7 @@ run()
 # run_alone OPTION...: on a board whose host does nothing.
 run_alone()
 {
-    LD_PRELOAD=$preload "$program" "$@" </dev/null >"$folder/output" 2>"$folder/errors"
+    $launcher LD_PRELOAD="$preload" "$program" "$@" </dev/null >"$folder/output" 2>"$folder/errors"
     code=$?
 }
 
@@ -39,7 +41,7 @@ start()
     shift
     rm -f "$folder/keys"
     mkfifo "$folder/keys"
-    LD_PRELOAD=$preload VIRTUAL_BOARD_HOST_SCRIPT=$folder/script "$program" "$@" \
+    VIRTUAL_BOARD_HOST_SCRIPT=$folder/script $launcher LD_PRELOAD="$preload" "$program" "$@" \
         <"$folder/keys" >"$folder/output" 2>"$folder/errors" &
     process=$!
     exec 3>"$folder/keys"
@@ -70,7 +72,7 @@ await()
 says() { grep -qF -- "$1" "$folder/errors" || fail "it does not say \"$1\""; }
 ends_with() { [ "$code" = "$1" ] || fail "code $1 expected"; }
 
-"$program" --help >"$folder/output" 2>"$folder/errors"
+$launcher LC_ALL=C "$program" --help >"$folder/output" 2>"$folder/errors"
 code=$?
 ends_with 0
 grep -q '^usage: console_bridge' "$folder/output" || fail "no help"
@@ -123,7 +125,7 @@ says 'the serial switch is back at arrangement 6'
 says 'the program ended before line 2'
 printf 'serial-switch 6\nconsole one\nconsole two\nwait 60s\n' >"$folder/script"
 {
-    LD_PRELOAD=$preload VIRTUAL_BOARD_HOST_SCRIPT=$folder/script "$program" </dev/null \
+    VIRTUAL_BOARD_HOST_SCRIPT=$folder/script $launcher LD_PRELOAD="$preload" "$program" </dev/null \
         2>"$folder/errors"
     echo $? >"$folder/code"
 } | true
@@ -161,7 +163,7 @@ says 'the black box is not saved: it holds no record'
 
 # Started with nothing open, it does not take a device for its terminal.
 printf 'wait 300ms\n' >"$folder/script"
-LD_PRELOAD=$preload VIRTUAL_BOARD_HOST_SCRIPT=$folder/script "$program" --black-box "$folder/box" \
+VIRTUAL_BOARD_HOST_SCRIPT=$folder/script $launcher LD_PRELOAD="$preload" "$program" --black-box "$folder/box" \
     <&- >&- 2>&-
 code=$?
 ends_with 0

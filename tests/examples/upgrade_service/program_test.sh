@@ -1,11 +1,13 @@
 # The program on a board: what it prints, byte for byte, and its results.
-# usage: program_test.sh PRELOAD PROGRAM BIOS_IMAGE EXPECTED_FOLDER
+# usage: program_test.sh PRELOAD PROGRAM BIOS_IMAGE EXPECTED_FOLDER LAUNCHER
+# shellcheck disable=SC2086
 set -u
 
 preload=$1
 program=$2
 bios_image=$3
 expected=$4
+launcher=$5 # a list of words
 folder=$(mktemp -d)
 trap 'rm -rf "$folder"' EXIT
 failures=0
@@ -19,7 +21,7 @@ fail()
 # run ARGUMENT...: faults and timing come from the environment.
 run()
 {
-    (cd "$folder" && LD_PRELOAD=$preload exec "$program" "$@") >"$folder/output" 2>"$folder/errors"
+    (cd "$folder" && exec $launcher LD_PRELOAD="$preload" "$program" "$@") >"$folder/output" 2>"$folder/errors"
     code=$?
 }
 
@@ -57,8 +59,8 @@ rises_to()
                           END { exit NR < 3 || before != last }' || fail "progress is out of order"
 }
 
-"$bios_image" build --size 8M --flag 0x02000000 --region 0:64K --seed 1 "$folder/new.rom"
-"$bios_image" build --size 8M --region 0:64K --region 1M:128K --seed 2 "$folder/part.rom"
+$launcher LC_ALL=C "$bios_image" build --size 8M --flag 0x02000000 --region 0:64K --seed 1 "$folder/new.rom"
+$launcher LC_ALL=C "$bios_image" build --size 8M --region 0:64K --region 1M:128K --seed 2 "$folder/part.rom"
 export VIRTUAL_BOARD_FLASH_TIMING=1000,20
 
 # ---- a good update ----
@@ -79,7 +81,7 @@ rm "$folder/old.rom"
 
 # On a terminal, a bar is redrawn in place.
 if command -v script >/dev/null; then
-    (cd "$folder" && script -qec "LD_PRELOAD=$preload $program bios new.rom --save old.rom" \
+    (cd "$folder" && script -qec "$launcher LD_PRELOAD=$preload $program bios new.rom --save old.rom" \
         /dev/null) >"$folder/output" 2>"$folder/errors" </dev/null
     code=$?
     expect 0 'on a terminal'
@@ -128,7 +130,7 @@ interrupt()
 {
     # What the last run printed must not be seen.
     : >"$folder/output"
-    (cd "$folder" && LD_PRELOAD=$preload VIRTUAL_BOARD_FLASH_TIMING=10000,20 exec "$program" \
+    (cd "$folder" && VIRTUAL_BOARD_FLASH_TIMING=10000,20 exec $launcher LD_PRELOAD="$preload" "$program" \
         bios new.rom --full --save old.rom) >"$folder/output" 2>"$folder/errors" &
     program_id=$!
     seen '"percent": [1-9]'
@@ -155,7 +157,7 @@ holds '"contents": "partly erased: '
 holds 'Give the flash back: upgrade_service release'
 
 # A reader that goes away does not stop an update.
-(cd "$folder" && LD_PRELOAD=$preload exec "$program" bios new.rom --full --save old.rom \
+(cd "$folder" && exec $launcher LD_PRELOAD="$preload" "$program" bios new.rom --full --save old.rom \
     --library-log pipe.log) | head -n 1 >"$folder/output"
 tail -n 1 "$folder/pipe.log" | grep -qF 'Verifying data: 8192k/8192k (100%)' ||
     fail 'an update ended with its reader'
