@@ -34,7 +34,13 @@ report() {
 report --txt "$build/lines.txt"
 report --branches --txt "$build/branches.txt"
 echo "Lines and branches that no test reaches:"
-awk '/%/ && !/100%/ && !/^TOTAL/ { print "  line   " $1 ": " $NF }' "$build/lines.txt"
-awk '/%/ && !/100%/ && !/^TOTAL/ { print "  branch " $1 ": " $NF }' "$build/branches.txt"
-echo "coverage: $(awk '/^TOTAL/ { print $4 }' "$build/lines.txt") of the library's lines," \
-    "$(awk '/^TOTAL/ { print $4 }' "$build/branches.txt") of its branches"
+for what in line branch; do
+    list=$build/lines.txt
+    [ "$what" = line ] || list=$build/branches.txt
+    awk -v what="$what" '/[0-9]%/ && !/100%/ && !/^TOTAL/ { print "  " what " " $1 ": " $NF }' "$list"
+done
+# total FILE: "3523 of 3534"
+total() {
+    awk '/^TOTAL/ { print $3 " of " $2 }' "$1"
+}
+echo "coverage: $(total "$build/lines.txt") lines of the library, $(total "$build/branches.txt") branches"
