@@ -4,6 +4,7 @@
 
 #include "boardctl/families/files.h"
 #include "boardctl/framework/failure.h"
+#include "tests/bringup/staged_file.h"
 #include "tests/tools/boardctl/command_test.h"
 
 namespace boardctl {
@@ -200,7 +201,12 @@ TEST_F(BoardctlDevices, FpgaIsToldThings)
     EXPECT_EQ(board.fpga().jtag_resets(), 1U);
 }
 
-TEST_F(BoardctlDevices, FpgaLoadSendsTheFile)
+class BoardctlFpgaLoad : public BoardctlDevices {
+protected:
+    board_test::StagedFile staged;
+};
+
+TEST_F(BoardctlFpgaLoad, SendsTheFile)
 {
     // The library never closes the SPI device.
     leaves_open(2);

@@ -5,7 +5,6 @@ import concurrent.futures
 import json
 import os
 import re
-import subprocess
 import sys
 import tempfile
 import unittest
@@ -30,16 +29,7 @@ def examples(command):
 
 def run(line):
     with tempfile.TemporaryDirectory() as folder:
-        return subprocess.run(
-            ["sh", "-c", line],
-            cwd=folder,
-            env=tool.environment(),
-            stdin=subprocess.DEVNULL,
-            capture_output=True,
-            text=True,
-            timeout=tool.PATIENCE,
-            check=False,
-        )
+        return tool.shell(line, cwd=folder)
 
 
 def schema_of(family):

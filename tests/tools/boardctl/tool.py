@@ -1,5 +1,7 @@
 """Runs boardctl for the tests."""
 
+import contextlib
+import fcntl
 import json
 import os
 import pty
@@ -16,6 +18,8 @@ BIN = os.path.abspath(sys.argv.pop())
 BOARDCTL = os.path.join(BIN, "boardctl")
 TRIAL = os.path.join(BIN, "boardctl_trial")
 PATIENCE = 60
+# Whoever loads an FPGA holds it: the staged file is one for the whole machine.
+STAGED_LOCK = "/tmp/bmc_card.bit.lock"
 ROWS, COLUMNS = 24, 80
 
 
@@ -52,6 +56,29 @@ def run(*words, **options):
         check=False,
         **options,
     )
+
+
+@contextlib.contextmanager
+def staged_file():
+    with open(STAGED_LOCK, "a", encoding="utf-8") as lock:
+        fcntl.flock(lock, fcntl.LOCK_EX)
+        yield
+
+
+def shell(line, **options):
+    """Runs a line as typed; PATIENCE begins once no other test loads an FPGA."""
+    options.setdefault("stderr", subprocess.PIPE)
+    with staged_file() if "fpga load" in line else contextlib.nullcontext():
+        return subprocess.run(
+            ["sh", "-c", line],
+            env=environment(),
+            stdin=subprocess.DEVNULL,
+            stdout=subprocess.PIPE,
+            text=True,
+            timeout=PATIENCE,
+            check=False,
+            **options,
+        )
 
 
 def documents(text):

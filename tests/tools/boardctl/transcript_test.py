@@ -10,16 +10,7 @@ import tool
 
 
 def run(line):
-    answer = subprocess.run(
-        ["sh", "-c", line],
-        env=tool.environment(),
-        stdin=subprocess.DEVNULL,
-        stdout=subprocess.PIPE,
-        stderr=subprocess.STDOUT,
-        text=True,
-        timeout=tool.PATIENCE,
-        check=False,
-    )
+    answer = tool.shell(line, stderr=subprocess.STDOUT)
     code = f"[{answer.returncode}]\n" if answer.returncode else ""
     return answer.stdout + code
 
