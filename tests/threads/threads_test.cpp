@@ -227,7 +227,7 @@ TEST_F(ThreadsTest, AllOperationsFromEightThreads)
     board.trace.keep(false);
     open_board();
     prepare_once();
-    const size_t open_before = board.open_files();
+    const auto open_before = board.open_paths();
     for (size_t i = 0; i < thread_count; ++i) {
         workers_[i].thread = std::thread([this, i] {
             work(i, workers_[i]);
@@ -249,7 +249,7 @@ TEST_F(ThreadsTest, AllOperationsFromEightThreads)
     }
     expect_documented_order(lock_order());
     EXPECT_EQ(held_locks(), (Names{"cpld_open_lock", "fpga_open_lock", "uart_open_lock"}));
-    EXPECT_EQ(board.open_files(), open_before);
+    EXPECT_EQ(board.open_paths(), open_before);
     fprintf(stderr, "threads: %zu settings, %lu calls from %zu threads, seed %u\n", jobs_.size(),
             calls, thread_count, seed_);
 

@@ -13,12 +13,15 @@
 #include <sys/ioctl.h>
 #include <sys/mman.h>
 #include <sys/stat.h>
+#include <sys/syscall.h>
 #include <sys/wait.h>
 #include <time.h>
 #include <unistd.h>
 
 #include <atomic>
 #include <functional>
+#include <map>
+#include <string>
 #include <thread>
 
 #include "tests/support/machine.h"
@@ -301,6 +304,25 @@ TEST_F(ShimTest, AClosedDescriptorIsNotTheBoardsAnyMore)
     EXPECT_EQ(file.descriptor, fpga) << "the kernel hands out the number again";
     EXPECT_EQ(write(file.descriptor, "abc", 3), 3);
     EXPECT_EQ(board.trace.count(Operation::write, "fpga"), 0U);
+}
+
+// As where one thread closes a number that another one has just been handed out.
+TEST_F(ShimTest, ANumberThatWentUnseenLeavesNothingOpen)
+{
+    const int fpga = open(fpga_node, O_RDWR);
+    const int duplicate = dup(fpga);
+    syscall(SYS_close, fpga);
+    const int eeprom_bus = open("/dev/i2c-0", O_RDWR);
+    ASSERT_EQ(eeprom_bus, fpga) << "the kernel hands out the number again";
+    EXPECT_EQ(board.open_paths(),
+              (std::map<std::string, size_t>{{fpga_node, 1}, {"/dev/i2c-0", 1}}))
+        << "the duplicate is left";
+    syscall(SYS_close, duplicate);
+    const int again = open("/dev/i2c-0", O_RDWR);
+    ASSERT_EQ(again, duplicate);
+    EXPECT_EQ(board.open_paths(), (std::map<std::string, size_t>{{"/dev/i2c-0", 2}}));
+    EXPECT_EQ(close(eeprom_bus), 0);
+    EXPECT_EQ(close(again), 0);
 }
 
 // ---- streams ----

@@ -1,14 +1,16 @@
 #include "virtual_board/shim/descriptors.h"
 
+#include <algorithm>
 #include <mutex>
 #include <utility>
 
 namespace virtual_board::shim {
 
-void Descriptors::add(int descriptor, std::shared_ptr<OpenFile> file)
+std::shared_ptr<OpenFile> Descriptors::add(int descriptor, std::shared_ptr<OpenFile> file)
 {
     const std::lock_guard guard(lock_);
-    files_[descriptor] = std::move(file);
+    std::shared_ptr<OpenFile> displaced = std::exchange(files_[descriptor], std::move(file));
+    return displaced && !has_number(*displaced) ? displaced : nullptr;
 }
 
 std::shared_ptr<OpenFile> Descriptors::find(int descriptor)
@@ -18,7 +20,7 @@ std::shared_ptr<OpenFile> Descriptors::find(int descriptor)
     return found == files_.end() ? nullptr : found->second;
 }
 
-std::shared_ptr<OpenFile> Descriptors::remove(int descriptor, bool &last)
+std::shared_ptr<OpenFile> Descriptors::remove(int descriptor)
 {
     const std::lock_guard guard(lock_);
     const auto found = files_.find(descriptor);
@@ -27,11 +29,13 @@ std::shared_ptr<OpenFile> Descriptors::remove(int descriptor, bool &last)
     }
     std::shared_ptr<OpenFile> file = std::move(found->second);
     files_.erase(found);
-    last = true;
-    for (const auto &[number, other] : files_) {
-        last = last && other != file;
-    }
-    return file;
+    return has_number(*file) ? nullptr : file;
+}
+
+bool Descriptors::has_number(const OpenFile &file) const
+{
+    return std::any_of(files_.begin(), files_.end(),
+                       [&](const auto &entry) { return entry.second.get() == &file; });
 }
 
 std::vector<int> Descriptors::all()

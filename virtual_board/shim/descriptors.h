@@ -15,16 +15,21 @@ namespace virtual_board::shim {
 // never hands it out a second time. Duplicates share one open file.
 class Descriptors {
 public:
-    void add(int descriptor, std::shared_ptr<OpenFile> file);
+    // The open file that had the number, if it has no other: the kernel took the
+    // number back where nobody saw it, as for a thread that closes the number of
+    // another one's file before that is in here.
+    std::shared_ptr<OpenFile> add(int descriptor, std::shared_ptr<OpenFile> file);
     std::shared_ptr<OpenFile> find(int descriptor);
     // Drops a number; the open file if it was its last one.
-    std::shared_ptr<OpenFile> remove(int descriptor, bool &last);
+    std::shared_ptr<OpenFile> remove(int descriptor);
     std::vector<int> all();
 
     void before_fork() { lock_.lock(); }
     void after_fork() { lock_.unlock(); }
 
 private:
+    bool has_number(const OpenFile &file) const;
+
     RealMutex lock_;
     std::map<int, std::shared_ptr<OpenFile>> files_;
 };

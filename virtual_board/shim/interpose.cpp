@@ -100,10 +100,17 @@ namespace {
 // Takes a number off the table, and closes its file if it was the last one.
 void drop(Bus &on, int descriptor)
 {
-    bool last = false;
-    const std::shared_ptr<OpenFile> file = descriptors().remove(descriptor, last);
-    if (file && last) {
+    if (const std::shared_ptr<OpenFile> file = descriptors().remove(descriptor)) {
         on.close(*file);
+    }
+}
+
+// Puts a number on the table, and closes the file that it led to before, if it was
+// the last one.
+void enter(Bus &on, int descriptor, std::shared_ptr<OpenFile> file)
+{
+    if (const std::shared_ptr<OpenFile> before = descriptors().add(descriptor, std::move(file))) {
+        on.close(*before);
     }
 }
 
@@ -122,7 +129,7 @@ std::shared_ptr<OpenFile> any_file(int descriptor)
         file = nullptr;
     }
     if (!file && (file = on->adopt(descriptor))) {
-        descriptors().add(descriptor, file);
+        enter(*on, descriptor, file);
     }
     return file;
 }
@@ -209,7 +216,7 @@ int open_on_board(Bus &on, const std::string &path, int flags)
         errno = kept;
         return -1;
     }
-    descriptors().add(descriptor, std::move(file));
+    enter(on, descriptor, std::move(file));
     return descriptor;
 }
 
@@ -353,10 +360,11 @@ bool asks_network_port(unsigned long request, void *argument, int &result)
 // does.
 void share(int from, int to)
 {
+    Bus *on = board();
     const std::shared_ptr<OpenFile> file = any_file(from);
     if (file && to >= 0) {
         const Working guard;
-        descriptors().add(to, file);
+        enter(*on, to, file);
     }
 }
 
