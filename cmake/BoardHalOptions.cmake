@@ -15,6 +15,16 @@ if(BOARD_HAL_SANITIZE)
   target_link_options(board_hal_sanitizers INTERFACE -fsanitize=${BOARD_HAL_SANITIZE})
 endif()
 
+# The tests' own code does without the checks for undefined behaviour: it is most of
+# what is compiled, and none of what is shipped.
+add_library(board_hal_test_sanitizers INTERFACE)
+if(BOARD_HAL_SANITIZE)
+  string(REPLACE ",undefined" "" sanitize_tests "${BOARD_HAL_SANITIZE}")
+  target_compile_options(board_hal_test_sanitizers INTERFACE
+    -fsanitize=${sanitize_tests} -fno-omit-frame-pointer)
+  target_link_options(board_hal_test_sanitizers INTERFACE -fsanitize=${BOARD_HAL_SANITIZE})
+endif()
+
 # Presets compile sources in groups, which takes a quarter of the time. These
 # files have names of their own that others of their target have, too.
 function(board_hal_compile_alone)
