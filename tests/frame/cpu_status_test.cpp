@@ -6,6 +6,7 @@
 #include <random>
 
 #include "tests/frame/state_test.h"
+#include "tests/support/machine.h"
 
 namespace board_test {
 namespace {
@@ -515,7 +516,6 @@ TEST_F(CpuStatusTest, MachineCheckPollSetsItsFlagWhateverTheBit)
 
 TEST_F(CpuStatusTest, LongRandomPollingAgreesWithTheReference)
 {
-    constexpr unsigned polls_per_type_and_cpu = 100000;
     board.trace.keep(false);
     unwatch_locks();
     PlainWindow window;
@@ -549,7 +549,7 @@ TEST_F(CpuStatusTest, LongRandomPollingAgreesWithTheReference)
             FAIL() << "records or flag after poll " << poll << " type " << poll_types[at];
         }
         reported[at][cpu] += expected;
-        unfinished -= ++polls[at][cpu] == polls_per_type_and_cpu ? 1 : 0;
+        unfinished -= ++polls[at][cpu] == long_run_polls ? 1 : 0;
     }
     // The sequence is worth its length only if both answers were common, but for
     // type 3 of the numbers that are never hot.

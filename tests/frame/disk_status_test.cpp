@@ -7,6 +7,7 @@
 #include <random>
 
 #include "tests/frame/state_test.h"
+#include "tests/support/machine.h"
 
 namespace board_test {
 namespace {
@@ -319,7 +320,6 @@ uint8_t nibble_of(const DiskLines &lines)
 
 TEST_F(DiskStatusTest, LongRandomPollingAgreesWithTheReference)
 {
-    constexpr unsigned polls_per_item_and_disk = 100000;
     // Plain memory in place of the window: watching each load takes microseconds.
     static std::array<uint8_t, CPLD_WINDOW_SIZE> window{};
     uint8_t *const mapped = g_cpld_base_addr;
@@ -349,7 +349,7 @@ TEST_F(DiskStatusTest, LongRandomPollingAgreesWithTheReference)
             break;
         }
         ++answers[at][result == 0 ? value : (result == -14 ? 2 : 3)];
-        unfinished -= ++polls[at][disk] == polls_per_item_and_disk ? 1 : 0;
+        unfinished -= ++polls[at][disk] == long_run_polls ? 1 : 0;
     }
     g_cpld_base_addr = mapped;
     // The sequence is worth its length only if every answer was common.

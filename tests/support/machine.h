@@ -11,6 +11,14 @@
 
 namespace board_test {
 
+// How often a debounce is polled against its model. Under an emulator a hundred
+// thousand polls of everything take minutes.
+#ifdef BOARD_HAL_TESTS_EMULATED
+constexpr unsigned long_run_polls = 10000;
+#else
+constexpr unsigned long_run_polls = 100000;
+#endif
+
 // Whether posix_spawn() fails for a program that is not there. An emulator may
 // copy the process where it should share its memory.
 inline bool tells_failed_starts()
