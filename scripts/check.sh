@@ -17,12 +17,22 @@ stage_headers() {
     scripts/check-headers.sh clang clang++
 }
 
+# tested BUILD: what the last CTest run there amounts to, which took the tests of
+# GoogleTest programs in shares.
+tested() {
+    awk '/^tests: / { cases += $2; skipped += $4; shares++ }
+         /^Test Passed\.$/ { passed++ }
+         END { printf "%d test cases and %d scripts, %d skipped", cases, passed - shares, skipped }' \
+        "$1/Testing/Temporary/LastTest.log"
+}
+
 stage_sanitizers() {
-    local preset
+    local preset result=""
     for preset in asan+ubsan tsan; do
         scripts/test.sh "$preset"
+        result+="${result:+; }$preset: $(tested "build/${preset/+/-}")"
     done
-    echo "sanitizers: all tests pass under the address, undefined and thread sanitizers"
+    echo "sanitizers: all tests pass under the address, undefined and thread sanitizers: $result"
 }
 
 stage_clang() {
@@ -55,19 +65,35 @@ stage_coverage() {
     scripts/coverage.sh
 }
 
-# The failure sweep prints its own line.
+# The failure sweep prints its own line, of which a part runs on each processor.
 stage_sweep() {
     cmake --preset asan+ubsan >/dev/null
     cmake --build build/asan-ubsan --target failure_sweep -- -j"$jobs" >/dev/null
-    local log
-    log=$(mktemp)
-    if ! build/asan-ubsan/bin/failure_sweep >"$log" 2>&1; then
-        grep -v '^\[' "$log"
-        rm -f "$log"
-        return 1
+    local logs part pids=() failed=0
+    logs=$(mktemp -d)
+    for ((part = 0; part < jobs; part++)); do
+        GTEST_TOTAL_SHARDS=$jobs GTEST_SHARD_INDEX=$part \
+            build/asan-ubsan/bin/failure_sweep >"$logs/$part" 2>&1 &
+        pids+=($!)
+    done
+    for part in "${pids[@]}"; do
+        wait "$part" || failed=1
+    done
+    if [ "$failed" -eq 0 ]; then
+        awk '/^failure sweep:/ {
+                 for (i = 1; i <= NF; i++)
+                     if (match($i, /[0-9]+/)) {
+                         sum[i] += substr($i, RSTART, RLENGTH)
+                         sub(/[0-9]+/, sum[i], $i)
+                     }
+                 line = $0
+             }
+             END { print line }' "$logs"/*
+    else
+        grep -hv '^\[' "$logs"/*
     fi
-    grep '^failure sweep:' "$log"
-    rm -f "$log"
+    rm -rf "$logs"
+    return "$failed"
 }
 
 # BOARD_THREADS_SECONDS sets the length, BOARD_THREADS_SEED the order.
@@ -94,23 +120,15 @@ stage_abi() {
 # programs. With little optimisation, building and running take the least together.
 stage_cross() {
     scripts/install-deps.sh cross
-    local arch log ran skipped result=""
-    log=$(mktemp)
+    local arch result=""
     for arch in armhf armel; do
         cmake -S . -B "build/$arch" -G Ninja -DCMAKE_BUILD_TYPE=Debug -DCMAKE_C_FLAGS_DEBUG=-O1 \
             -DCMAKE_CXX_FLAGS_DEBUG=-O1 -DCMAKE_TOOLCHAIN_FILE="cmake/toolchains/$arch.cmake" \
-            -DCMAKE_UNITY_BUILD=ON -DBOARD_HAL_WERROR=ON >/dev/null
+            -DCMAKE_UNITY_BUILD=ON -DBOARD_HAL_WERROR=ON -DBOARD_HAL_TESTS_IN_SHARES=ON >/dev/null
         cmake --build "build/$arch" -- -j"$jobs"
-        if ! ctest --test-dir "build/$arch" -j"$jobs" --output-on-failure --no-tests=error >"$log" 2>&1; then
-            grep -vE '^ +Start |   Passed ' "$log"
-            rm -f "$log"
-            return 1
-        fi
-        skipped=$(grep -cF '***Skipped' "$log" || true)
-        ran=$(($(sed -n 's/.* tests passed, .* out of //p' "$log") - skipped))
-        result+="${result:+; }$arch: $ran pass, $skipped skipped"
+        ctest --test-dir "build/$arch" -j"$jobs" --output-on-failure --no-tests=error
+        result+="${result:+; }$arch: $(tested "build/$arch")"
     done
-    rm -f "$log"
     echo "cross: the tests under qemu-user as Cortex-A9 (armhf) and ARM926 (armel): $result"
 }
 

@@ -6,7 +6,8 @@ seconds=${1:-30}
 cd "$(dirname "$0")/.."
 build=build/fuzz
 
-cmake -S . -B "$build" -G Ninja -DCMAKE_BUILD_TYPE=RelWithDebInfo \
+cmake -S . -B "$build" -G Ninja -DCMAKE_BUILD_TYPE=Debug -DCMAKE_CXX_FLAGS_DEBUG="-O1 -g1" \
+  -DCMAKE_UNITY_BUILD=ON \
   -DCMAKE_C_COMPILER=clang -DCMAKE_CXX_COMPILER=clang++ -DBOARD_HAL_WERROR=ON \
   -DBOARD_HAL_BUILD_FUZZERS=ON -DBOARD_HAL_BUILD_VIRTUAL_BOARD=OFF \
   -DBOARD_HAL_BUILD_EXAMPLES=OFF -DBOARD_HAL_BUILD_TOOLS=OFF >/dev/null
