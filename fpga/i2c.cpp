@@ -293,9 +293,10 @@ int i2c_write(int32_t chan, uint8_t addr, const uint8_t *buf, int32_t len, int32
     if (!record) {
         return -5;
     }
-    memset(record.data(), 0, size);
-    fill_write_record(record.data(), chan, addr, buf, len, delay_ms);
-    return with_retries(delay_ms, [bytes = record.data()] {
+    // Filled for every attempt: the driver may have used it for its own ends.
+    return with_retries(delay_ms, [=, bytes = record.data()] {
+        memset(bytes, 0, size);
+        fill_write_record(bytes, chan, addr, buf, len, delay_ms);
         return driver_error_negated(fpga_write(bytes, fpga_transfer_count));
     });
 }

@@ -73,8 +73,8 @@ int set_fpga_regester(int32_t addr, const uint32_t *value)
     if (register_refused(addr, value)) {
         return -2;
     }
-    const RegisterRecord record(addr, *value);
     const MutexGuard guard(fpga_register_lock);
+    const RegisterRecord record(addr, *value);
     // Any answer but 0 is success, -1 included; callers rely on this sense.
     return answered_zero(fpga_write(record.bytes, 1)) ? -5 : 0;
 }

@@ -655,6 +655,19 @@ TEST_F(I2cTest, WriteNegatesErrorsAndTriesFiveTimes)
     EXPECT_EQ(output(), "");
 }
 
+TEST_F(I2cTest, WriteBuildsTheRecordAnewForEveryAttempt)
+{
+    every_transfer(Operation::write, Fault::Kind::result, 10005);
+    uint8_t data[] = {0x00, 0x10, 0x55};
+    board.clock.schedule_us(25000, [&] { data[2] = 0x56; });
+    EXPECT_EQ(i2c_write(0, eeprom, data, 3, 10), -10005);
+    std::vector<uint8_t> sent;
+    for (const Event &event : transfers(Operation::write)) {
+        sent.push_back(event.bytes.back());
+    }
+    EXPECT_EQ(sent, (std::vector<uint8_t>{0x55, 0x55, 0x55, 0x56, 0x56}));
+}
+
 TEST_F(I2cTest, WriteRidesOutAWriteCycle)
 {
     const uint8_t first[] = {0x00, 0x40, 0x77};
