@@ -8,7 +8,8 @@
 
 namespace board_hal {
 
-// Owns malloc'ed bytes; tests false when the allocation failed.
+// Owns malloc'ed bytes; tests false when the allocation failed, or once they are
+// given back.
 class HeapBuffer {
 public:
     explicit HeapBuffer(size_t size) : data_(static_cast<uint8_t *>(malloc(size))) {}
@@ -19,6 +20,11 @@ public:
 
     explicit operator bool() const { return data_ != nullptr; }
     uint8_t *data() { return data_; }
+    void release()
+    {
+        free(data_);
+        data_ = nullptr;
+    }
     uint8_t &operator[](size_t index) { return data_[index]; }
 
 private:

@@ -173,19 +173,22 @@ const char *dump_flash(FILE *file, uint8_t *image, uint32_t size)
 }
 
 // Takes the flash, saves it and gives it back; closes the file. After a failed
-// dump the flash stays with the controller.
-int save_flash(FILE *file, uint8_t *image, uint32_t size)
+// dump the flash stays with the controller. The image is given back before the
+// lock is, so that the next caller's has room.
+int save_flash(FILE *file, HeapBuffer &image, uint32_t size)
 {
     sleep(1);
     load_flash_driver();
-    if (const char *const failure = dump_flash(file, image, size); failure != nullptr) {
+    if (const char *const failure = dump_flash(file, image.data(), size); failure != nullptr) {
         unload_flash_driver();
         puts(failure);
+        image.release();
         fclose(file);
         return -7;
     }
     show_percent(100);
     puts("\r\ndownload bios  successfully");
+    image.release();
     fclose(file);
     const int given_back = set_bios_owner(bios_owner_host);
     unload_flash_driver();
@@ -198,7 +201,7 @@ int save_flash(FILE *file, uint8_t *image, uint32_t size)
 
 // The lock is let go before the file is closed if the host keeps the flash,
 // else after it.
-int save_flash_and_unlock(const char *path, uint8_t *image, uint32_t size)
+int save_flash_and_unlock(const char *path, HeapBuffer &image, uint32_t size)
 {
     FILE *const file = fopen(path, "w+b");
     if (file == nullptr) {
@@ -210,6 +213,7 @@ int save_flash_and_unlock(const char *path, uint8_t *image, uint32_t size)
     puts("downloading bios...\r");
     if (set_bios_owner(bios_owner_controller) != 0) {
         pthread_mutex_unlock(&bios_image_lock);
+        image.release();
         fclose(file);
         return -2;
     }
@@ -248,7 +252,7 @@ int get_bios(const char *path, uint32_t size)
         pthread_mutex_unlock(&bios_image_lock);
         return -6;
     }
-    return save_flash_and_unlock(path, image.data(), size);
+    return save_flash_and_unlock(path, image, size);
 }
 
 int load_bios(const char *device, const char *image, uint32_t image_offset, uint32_t image_size,

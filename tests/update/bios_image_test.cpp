@@ -159,6 +159,20 @@ TEST_F(FullSizeTest, DumpsTheLargestFlash)
     }
 }
 
+// The next caller, who waits for the lock, allocates as much.
+TEST_F(BiosImageTest, DumpGivesItsImageBackBeforeTheFlash)
+{
+    if (!heap_is_watched()) {
+        GTEST_SKIP() << "the heap is not watched in this build";
+    }
+    watch_heap();
+    std::vector<size_t> held;
+    when_given_back([&] { held.push_back(heap_bytes()); });
+    EXPECT_EQ(get_bios(path("dump").c_str(), 4096), 0);
+    EXPECT_EQ(allocations(), std::vector<size_t>{4096});
+    EXPECT_EQ(held, std::vector<size_t>{0});
+}
+
 TEST_F(BiosImageTest, DumpRefusesItsArguments)
 {
     EXPECT_EQ(get_bios(nullptr, 0x800001), -2);

@@ -2,6 +2,8 @@
 
 #include <dlfcn.h>
 
+#include <utility>
+
 #include "board_hal.h"
 
 namespace board_test {
@@ -10,6 +12,7 @@ namespace {
 
 int refused = -1;
 unsigned passing;
+std::function<void()> look_on;
 
 } // namespace
 
@@ -19,11 +22,19 @@ void refuse_owner(uint8_t owner, unsigned skip)
     passing = skip;
 }
 
+void when_given_back(std::function<void()> look)
+{
+    look_on = std::move(look);
+}
+
 } // namespace board_test
 
 extern "C" int set_bios_owner(uint8_t owner)
 {
     using namespace board_test;
+    if (owner == 0 && look_on) {
+        look_on();
+    }
     if (owner == refused) {
         if (passing == 0) {
             return -2;
