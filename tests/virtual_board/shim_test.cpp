@@ -535,6 +535,26 @@ TEST_F(ShimTest, ThreadsUseTheBoardAtOnce)
     EXPECT_EQ(board.trace.count(Operation::write, "fpga"), 4 * rounds);
 }
 
+// The flag orders nothing: the thread sanitizer reports what the first thread of a
+// program makes for all of them.
+TEST_F(ShimTest, AThreadNeedsNothingOfTheOneBeforeIt)
+{
+    std::atomic<bool> opened = false;
+    int descriptors[2];
+    std::thread first([&] {
+        descriptors[0] = open(fpga_node, O_RDWR);
+        opened.store(true, std::memory_order_relaxed);
+    });
+    while (!opened.load(std::memory_order_relaxed)) {
+    }
+    std::thread second([&] { descriptors[1] = open(fpga_node, O_RDWR); });
+    first.join();
+    second.join();
+    EXPECT_EQ(close(descriptors[0]), 0);
+    EXPECT_EQ(close(descriptors[1]), 0);
+    EXPECT_EQ(board.open_files(), 0U);
+}
+
 // ---- memory ----
 
 TEST_F(ShimTest, TheWindowIsMappedAndDropped)

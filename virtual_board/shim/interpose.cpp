@@ -512,8 +512,11 @@ void install(Bus *new_board)
     static const int fork_handlers =
         pthread_atfork(before_fork, after_fork_in_parent, after_fork_in_child);
     static_cast<void>(fork_handlers);
+    // Made here, before any thread needs it: a sanitizer does not see the guard that
+    // would let the first of several threads make it.
+    Descriptors &table = descriptors();
     if (new_board == nullptr && installed.load() != nullptr) {
-        for (const int descriptor : descriptors().all()) {
+        for (const int descriptor : table.all()) {
             forget(descriptor);
             real_close(descriptor);
         }
