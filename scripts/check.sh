@@ -33,7 +33,7 @@ stage_sanitizers() {
         scripts/test.sh "$preset" -E '^failure_sweep/'
         result+="${result:+; }$preset: $(tested "build/${preset/+/-}")"
     done
-    echo "sanitizers: all tests pass under the address, undefined and thread sanitizers: $result"
+    echo "sanitizers: the tests pass under the address, undefined and thread sanitizers: $result"
 }
 
 stage_clang() {
