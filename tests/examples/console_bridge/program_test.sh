@@ -39,6 +39,8 @@ start()
 {
     printf '%b' "$1" >"$folder/script"
     shift
+    # What the run before said is not awaited.
+    : >"$folder/errors"
     rm -f "$folder/keys"
     mkfifo "$folder/keys"
     VIRTUAL_BOARD_HOST_SCRIPT=$folder/script $launcher LD_PRELOAD="$preload" "$program" "$@" \
@@ -54,13 +56,13 @@ end()
     code=$?
 }
 
-# await TEXT: until the errors hold it, for ten seconds at most.
+# await TEXT: until the errors hold it, for a minute at most.
 await()
 {
     tries=0
     until grep -qF -- "$1" "$folder/errors"; do
         tries=$((tries + 1))
-        if [ $tries = 1000 ]; then
+        if [ $tries = 6000 ]; then
             code=none
             fail "waited for \"$1\""
             return
@@ -146,7 +148,7 @@ await 'the black box is saved: 10 bytes'
 rm "$folder/box"
 kill -USR1 "$process"
 tries=0
-until [ -e "$folder/box" ] || [ $tries = 1000 ]; do
+until [ -e "$folder/box" ] || [ $tries = 6000 ]; do
     tries=$((tries + 1))
     sleep 0.01
 done

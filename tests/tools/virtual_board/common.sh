@@ -50,6 +50,23 @@ expect_all()
     fi
 }
 
+# await TEXT FILE: until the file, which must not be an earlier run's, holds it;
+# a minute at most.
+await()
+{
+    tries=0
+    until grep -qsF -- "$1" "$2"; do
+        tries=$((tries + 1))
+        if [ "$tries" = 6000 ]; then
+            cp "$2" "$folder/output"
+            code=none
+            fail "waited for \"$1\""
+            return
+        fi
+        sleep 0.01
+    done
+}
+
 # start_board OPTION...: serves a board; returns when programs can join.
 start_board()
 {

@@ -37,6 +37,8 @@ expect_all 0 80
 service=$!
 run "$board" join --board desk -- "$inventory" --json
 expect 0 '"board_type": "Corvo"'
+# Before it obeys signals, one would just kill it.
+await 'the board is open' "$folder/controller"
 kill -TERM "$service"
 wait "$service"
 code=$?
