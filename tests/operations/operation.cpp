@@ -1,12 +1,16 @@
 #include "tests/operations/operation.h"
 
+#include <errno.h>
+#include <fcntl.h>
 #include <stddef.h>
 #include <stdlib.h>
+#include <unistd.h>
 
 #include <filesystem>
 #include <map>
 #include <memory>
 #include <stdexcept>
+#include <utility>
 
 #include "tests/update/update_test.h"
 
@@ -42,6 +46,41 @@ private:
     pid_t owner_;
 };
 
+// Hands out numbers that no other file has, in a long circle. A copy that fails
+// early closes the number of the copy before it; with several threads that is a
+// file of any of them by then, and what becomes of it could happen anywhere.
+class CopiedImage : public ImageFile {
+public:
+    using ImageFile::ImageFile;
+
+    long open(virtual_board::OpenFile &file) override
+    {
+        constexpr int first = 256;
+        constexpr int end = 1000; // the usual limit is 1024
+        static int next = first;
+        const int plain = ::open("/dev/null", O_RDONLY | O_CLOEXEC);
+        if (plain < 0) {
+            return -errno;
+        }
+        const int number = fcntl(plain, F_DUPFD, next);
+        const int error = errno;
+        ::close(plain);
+        if (number < 0) {
+            return -error;
+        }
+        next = number + 1 < end ? number + 1 : first;
+        file.descriptor = number;
+        return 0;
+    }
+    // Streams leave the number.
+    void release(virtual_board::OpenFile &file) override
+    {
+        if (file.descriptor >= 0) {
+            ::close(std::exchange(file.descriptor, -1));
+        }
+    }
+};
+
 } // namespace
 
 uint8_t *scratch()
@@ -60,11 +99,11 @@ void put_board_file(Board &board, const std::vector<uint8_t> &bytes)
 {
     // Contents are few. None is ever destroyed: another thread may still be about
     // to leave its file.
-    static auto &files = *new std::map<std::vector<uint8_t>, std::shared_ptr<ImageFile>>;
+    static auto &files = *new std::map<std::vector<uint8_t>, std::shared_ptr<CopiedImage>>;
     board.act([&] {
-        std::shared_ptr<ImageFile> &file = files[bytes];
+        std::shared_ptr<CopiedImage> &file = files[bytes];
         if (!file) {
-            file = std::make_shared<ImageFile>(bytes);
+            file = std::make_shared<CopiedImage>(bytes);
         }
         board.attach(board_file, file);
     });
