@@ -169,6 +169,7 @@ TEST_F(BiosImageTest, DumpGivesItsImageBackBeforeTheFlash)
     std::vector<size_t> held;
     when_given_back([&] { held.push_back(heap_bytes()); });
     EXPECT_EQ(get_bios(path("dump").c_str(), 4096), 0);
+    when_given_back(nullptr);
     EXPECT_EQ(allocations(), std::vector<size_t>{4096});
     EXPECT_EQ(held, std::vector<size_t>{0});
 }
